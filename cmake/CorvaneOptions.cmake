@@ -1,0 +1,26 @@
+# Build options, and the compile options that every target of this project links against.
+
+option(CORVANE_BUILD_TOOLS "Build firmware-pack" ${PROJECT_IS_TOP_LEVEL})
+option(CORVANE_BUILD_EXAMPLES "Build the example host applications" ${PROJECT_IS_TOP_LEVEL})
+option(CORVANE_BUILD_TESTS "Build the test suite" ${PROJECT_IS_TOP_LEVEL})
+option(CORVANE_BUILD_BENCHMARKS "Build the benchmarks" OFF)
+option(CORVANE_BUILD_FUZZERS "Build the libFuzzer targets (needs clang)" OFF)
+set(CORVANE_SANITIZE "" CACHE STRING "Sanitizers to build with, for example address,undefined")
+set(CORVANE_LIBTORRENT_INCLUDE_DIR "" CACHE PATH "Directory that holds libtorrent/span.hpp")
+set(TESSARY_LIBRARY "" CACHE FILEPATH "The device's libtessary.so; a stand-in is built when empty")
+
+add_library(corvane_build_options INTERFACE)
+target_compile_features(corvane_build_options INTERFACE cxx_std_17)
+target_compile_options(corvane_build_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual
+    -Wconversion -Wsign-conversion
+    # Log records carry __FILE__; keep it independent of where the tree was checked out.
+    "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=")
+target_compile_definitions(corvane_build_options INTERFACE
+    _FILE_OFFSET_BITS=64
+    BOOST_FILESYSTEM_VERSION=3)
+if(CORVANE_SANITIZE)
+    target_compile_options(corvane_build_options INTERFACE
+        "-fsanitize=${CORVANE_SANITIZE}" -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(corvane_build_options INTERFACE "-fsanitize=${CORVANE_SANITIZE}")
+endif()

@@ -1,0 +1,5 @@
+// Marks what the shared library exports; everything else is built with hidden visibility.
+
+#pragma once
+
+#define NORV_EXPORT __attribute__((visibility("default")))
