@@ -29,12 +29,10 @@ bool DecodeBase64(const std::string& encoded, std::string& decoded) {
     auto* const out = reinterpret_cast<unsigned char*>(&buffer[0]);
     int written = 0;
     int tail = 0;
-    const int state =
-        EVP_DecodeUpdate(context.get(), out, &written,
-                         reinterpret_cast<const unsigned char*>(encoded.data()),
-                         static_cast<int>(encoded.size()));
-    const bool complete =
-        state >= 0 && EVP_DecodeFinal(context.get(), out + written, &tail) == 1;
+    const int state = EVP_DecodeUpdate(context.get(), out, &written,
+                                       reinterpret_cast<const unsigned char*>(encoded.data()),
+                                       static_cast<int>(encoded.size()));
+    const bool complete = state >= 0 && EVP_DecodeFinal(context.get(), out + written, &tail) == 1;
     buffer.resize(static_cast<std::size_t>(written + tail));
     decoded = std::move(buffer);
     return complete;

@@ -1,0 +1,64 @@
+// Checks the signature of a manifest against one trusted certificate.
+//
+// `Init` and `Deinit` set up and shut down libxml2 and xmlsec for the whole process: call each
+// once, on one thread, while no validator is at work; `Init` may follow a `Deinit`. A validator
+// owns the certificate it loaded and is not copyable. The XML libraries keep process-wide state, so
+// no two validations may run at the same time, not even on different validators.
+//
+// Nothing in here throws but `std::bad_alloc`. What the libraries complain about goes to the
+// default logger at debug level, never to the process's streams; OpenSSL's error queue and
+// libxml2's error handlers are left as they were found.
+
+#pragma once
+
+#include <boost/filesystem/path.hpp>
+#include <boost/optional.hpp>
+#include <boost/utility/string_view.hpp>
+#include <memory>
+#include <system_error>
+
+#include "Norv/Corvane/Common/IFirmwareDescriptionValidator.h"
+#include "Norv/Export.h"
+
+struct _xmlSecKeysMngr;
+
+namespace Norv::Corvane::Common {
+
+struct NORV_EXPORT KeysManagerDeleter {
+    void operator()(_xmlSecKeysMngr* manager) const noexcept;
+};
+
+// Owns a trusted certificate and its key.
+using KeysManagerPtr = std::unique_ptr<_xmlSecKeysMngr, KeysManagerDeleter>;
+
+class NORV_EXPORT FirmwareDescriptionValidator : public IFirmwareDescriptionValidator {
+public:
+    using KeysManagerPtr = Common::KeysManagerPtr;
+
+    // Returns an `XmlSecError`. A step that fails leaves the earlier ones in force.
+    static std::error_code Init();
+
+    static void Deinit();
+
+    // Loads the key and the certificate from a PEM file. Empty, and an error line in the log, when
+    // that fails.
+    static KeysManagerPtr LoadTrustedCert(const boost::filesystem::path& certificate);
+
+    // Trusts the certificate in this PEM file from now on, and no other. On failure
+    // (`XmlSecError::CertLoadingFailed`) nothing is trusted any more, not even what was before.
+    std::error_code Open(const boost::filesystem::path& certificate);
+
+    // Trusts nothing from now on.
+    void Close() noexcept;
+
+    // True only for a manifest that the trusted key signed as a whole, and that every XML parser
+    // reads alike: UTF-8 or ASCII, without a document type declaration, with the signature directly
+    // below the root element. Keys that the manifest brings along are ignored. Empty when that
+    // cannot be judged, `Open` not having succeeded included.
+    boost::optional<bool> ValidateSignature(boost::string_view description) const override;
+
+private:
+    KeysManagerPtr keysManager_;
+};
+
+}  // namespace Norv::Corvane::Common

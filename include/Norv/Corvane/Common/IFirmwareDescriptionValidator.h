@@ -1,0 +1,24 @@
+// Judges the signature of a manifest.
+//
+// An interface so that a host or a test can put a judge of its own in place of
+// `FirmwareDescriptionValidator`.
+
+#pragma once
+
+#include <boost/optional.hpp>
+#include <boost/utility/string_view.hpp>
+
+#include "Norv/Export.h"
+
+namespace Norv::Corvane::Common {
+
+class NORV_EXPORT IFirmwareDescriptionValidator {
+public:
+    // `description` is the whole text of the manifest. True: signed by the trusted key. False:
+    // judged, and wrong. Empty: could not be judged.
+    virtual boost::optional<bool> ValidateSignature(boost::string_view description) const = 0;
+
+    virtual ~IFirmwareDescriptionValidator() = default;
+};
+
+}  // namespace Norv::Corvane::Common

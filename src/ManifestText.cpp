@@ -1,0 +1,188 @@
+#include "ManifestText.h"
+
+#include <algorithm>
+#include <array>
+#include <boost/algorithm/string/predicate.hpp>
+#include <locale>
+#include <string_view>
+#include <vector>
+
+namespace Norv::Corvane::Common::ManifestText {
+namespace {
+
+// Length of the well-formed UTF-8 sequence at the start of `text`, 0 if there is none. Overlong
+// forms, surrogates and values above U+10FFFF are not well-formed; nor is U+0000 in XML.
+std::size_t sequenceLength(std::string_view text) {
+    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    const unsigned char first = byte(0);
+    if (first < 0x80) {
+        return first == 0 ? 0 : 1;
+    }
+    const std::size_t length = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
+    if (first < 0xC2 || first > 0xF4 || text.size() < length) {
+        return 0;
+    }
+    // Only the second byte's range depends on the first byte.
+    const unsigned char low = first == 0xE0 ? 0xA0 : first == 0xF0 ? 0x90 : 0x80;
+    const unsigned char high = first == 0xED ? 0x9F : first == 0xF4 ? 0x8F : 0xBF;
+    if (byte(1) < low || byte(1) > high) {
+        return 0;
+    }
+    for (std::size_t i = 2; i < length; ++i) {
+        if (byte(i) < 0x80 || byte(i) > 0xBF) {
+            return 0;
+        }
+    }
+    return length;
+}
+
+bool isAscii(std::string_view text) {
+    return std::all_of(text.begin(), text.end(),
+                       [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
+bool isUtf8(std::string_view text) {
+    while (!text.empty()) {
+        const std::size_t length = sequenceLength(text);
+        if (length == 0) {
+            return false;
+        }
+        text.remove_prefix(length);
+    }
+    return true;
+}
+
+// The encoding that the XML declaration names, empty when it names none. A declaration that is not
+// well-formed may come out either way: the parser refuses it.
+std::string_view declaredEncoding(std::string_view text) {
+    if (text.substr(0, 3) == "\xEF\xBB\xBF") {
+        text.remove_prefix(3);
+    }
+    if (text.substr(0, 5) != "<?xml") {
+        return {};
+    }
+    const std::string_view declaration = text.substr(0, text.find("?>"));
+    const std::size_t name = declaration.find("encoding");
+    const std::size_t open = declaration.find_first_of("\"'", name);
+    if (name == std::string_view::npos || open == std::string_view::npos) {
+        return {};
+    }
+    const std::size_t close = declaration.find(declaration[open], open + 1);
+    return declaration.substr(open + 1, close - open - 1);
+}
+
+// Single-byte encodings in which the ASCII range means ASCII.
+bool extendsAscii(std::string_view encoding) {
+    static constexpr std::array<std::string_view, 4> prefixes = {"ISO-8859-", "ISO8859-",
+                                                                 "windows-125", "CP125"};
+    static constexpr std::array<std::string_view, 4> names = {"US-ASCII", "ASCII", "ISO646-US",
+                                                              "latin1"};
+    const std::locale& c = std::locale::classic();
+    const auto begins = [&](auto prefix) { return boost::istarts_with(encoding, prefix, c); };
+    const auto equals = [&](auto name) { return boost::iequals(encoding, name, c); };
+    return std::any_of(prefixes.begin(), prefixes.end(), begins) ||
+           std::any_of(names.begin(), names.end(), equals);
+}
+
+// Walks over the markup of a text. On text that is not well-formed it may lose its way, which does
+// no harm: the parser stops at the first such place.
+class Scanner {
+public:
+    explicit Scanner(std::string_view text) : rest_(text) {}
+
+    Cost run() {
+        while (skipPast("<")) {
+            if (accept("!--")) {
+                skipPast("-->");
+            } else if (accept("![CDATA[")) {
+                skipPast("]]>");
+            } else if (accept("?")) {
+                skipPast("?>");
+            } else if (accept("/")) {
+                skipPast(">");
+                leaveElement();
+            } else {
+                startTag();
+            }
+        }
+        return cost_;
+    }
+
+private:
+    bool accept(std::string_view token) {
+        const bool matches = rest_.substr(0, token.size()) == token;
+        rest_.remove_prefix(matches ? token.size() : 0);
+        return matches;
+    }
+
+    bool skipPast(std::string_view token) {
+        const std::size_t at = rest_.find(token);
+        rest_.remove_prefix(at == std::string_view::npos ? rest_.size() : at + token.size());
+        return at != std::string_view::npos;
+    }
+
+    void startTag() {
+        std::uint64_t attributes = 0;
+        std::uint64_t declarations = open_.empty() ? 1 : open_.back();
+        for (;;) {
+            // To the next quoted value or to the end of the tag.
+            const std::size_t at = rest_.find_first_of("\"'>");
+            if (at == std::string_view::npos) {
+                rest_ = {};
+                break;
+            }
+            const std::string_view before = rest_.substr(0, at);
+            const char found = rest_[at];
+            rest_.remove_prefix(at + 1);
+            if (found == '>') {
+                open_.push_back(declarations);
+                count(attributes, declarations);
+                if (!before.empty() && before.back() == '/') {
+                    leaveElement();
+                }
+                return;
+            }
+            ++attributes;
+            if (before.find("xmlns") != std::string_view::npos) {
+                ++declarations;
+            }
+            const std::size_t close = rest_.find(found);
+            rest_.remove_prefix(close == std::string_view::npos ? rest_.size() : close + 1);
+        }
+        count(attributes, declarations);
+    }
+
+    void count(std::uint64_t attributes, std::uint64_t declarations) {
+        cost_.attributes += attributes * attributes;
+        cost_.namespaces += declarations * (open_.size() + 1);
+    }
+
+    void leaveElement() {
+        if (!open_.empty()) {
+            open_.pop_back();
+        }
+    }
+
+    std::string_view rest_;
+    // Namespace declarations in scope, for each open element.
+    std::vector<std::uint64_t> open_;
+    Cost cost_;
+};
+
+}  // namespace
+
+bool readsAlike(boost::string_view text) {
+    const std::string_view bytes(text.data(), text.size());
+    if (!isUtf8(bytes)) {
+        return false;
+    }
+    const std::string_view encoding = declaredEncoding(bytes);
+    return encoding.empty() || boost::iequals(encoding, "UTF-8", std::locale::classic()) ||
+           (isAscii(bytes) && extendsAscii(encoding));
+}
+
+Cost costOf(boost::string_view text) {
+    return Scanner({text.data(), text.size()}).run();
+}
+
+}  // namespace Norv::Corvane::Common::ManifestText
