@@ -1,0 +1,23 @@
+// What can be said about a manifest before a device sees it.
+
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Manifest.h"
+
+namespace Norv::Corvane::Pack {
+
+// One sentence each, for the person who makes the package.
+struct Findings {
+    // A device would refuse the package, fail to install it, or install something else than meant.
+    std::vector<std::string> errors;
+    // Allowed, but hardly meant.
+    std::vector<std::string> warnings;
+};
+
+// Digests are not looked at, so that a manifest can be checked before its payload is hashed.
+Findings check(const Manifest& manifest);
+
+}  // namespace Norv::Corvane::Pack
