@@ -1,0 +1,36 @@
+// Key pairs for signing test packages. Generated when first used, never stored in the tree.
+
+#pragma once
+
+#include <boost/filesystem/path.hpp>
+#include <string>
+
+#include "TemporaryDirectory.h"
+
+namespace Norv::Corvane::Test {
+
+// A private key and the self-signed certificate of its public half.
+struct TestKey {
+    std::string keyPem;
+    std::string certificatePem;
+};
+
+struct KeyFiles {
+    boost::filesystem::path key;
+    boost::filesystem::path certificate;
+};
+
+// The same key for every call in a process: RSA, 2048 bits. The one that tests trust.
+const TestKey& rsaKey();
+
+// Another RSA key, for signatures that nobody trusts.
+const TestKey& strangerKey();
+
+// A P-256 key; cheap to make.
+const TestKey& ecKey();
+
+// Writes `name`.key.pem and `name`.cert.pem into the directory.
+KeyFiles writeKey(const TestKey& key, const TemporaryDirectory& directory,
+                  const std::string& name = "test");
+
+}  // namespace Norv::Corvane::Test
