@@ -1,0 +1,72 @@
+#include "Comparison.h"
+
+#include <time.h>
+
+#include <algorithm>
+
+namespace Norv::Corvane::Benchmarks {
+namespace {
+
+double secondsOf(clockid_t clock) {
+    timespec now{};
+    clock_gettime(clock, &now);
+    return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
+}
+
+double medianOf(const std::vector<Cost>& costs, double Cost::*field) {
+    std::vector<double> values;
+    for (const Cost& cost : costs) {
+        values.push_back(cost.*field);
+    }
+    return median(std::move(values));
+}
+
+double medianRatio(const std::vector<Cost>& a, const std::vector<Cost>& b, double Cost::*field) {
+    std::vector<double> ratios;
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        ratios.push_back(a[i].*field / b[i].*field);
+    }
+    return median(std::move(ratios));
+}
+
+}  // namespace
+
+Cost costOf(const std::function<void()>& work) {
+    const double wall = secondsOf(CLOCK_MONOTONIC);
+    const double cpu = secondsOf(CLOCK_PROCESS_CPUTIME_ID);
+    work();
+    return {secondsOf(CLOCK_PROCESS_CPUTIME_ID) - cpu, secondsOf(CLOCK_MONOTONIC) - wall};
+}
+
+double median(std::vector<double> values) {
+    if (values.empty()) {
+        return 0;
+    }
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    if (values.size() % 2 != 0) {
+        return *middle;
+    }
+    return (*middle + *std::max_element(values.begin(), middle)) / 2;
+}
+
+Cost Comparison::runPair(const std::function<void()>& prepare, const std::function<void()>& ours,
+                         const std::function<void()>& floor) {
+    const bool oursFirst = ours_.size() % 2 == 0;
+    for (const bool runOurs : {oursFirst, !oursFirst}) {
+        prepare();
+        (runOurs ? ours_ : floor_).push_back(costOf(runOurs ? ours : floor));
+    }
+    return ours_.back();
+}
+
+void Comparison::report(benchmark::State& state) const {
+    state.counters["ours_cpu"] = medianOf(ours_, &Cost::cpu);
+    state.counters["ours_wall"] = medianOf(ours_, &Cost::wall);
+    state.counters["floor_cpu"] = medianOf(floor_, &Cost::cpu);
+    state.counters["floor_wall"] = medianOf(floor_, &Cost::wall);
+    state.counters["cpu_ratio"] = medianRatio(ours_, floor_, &Cost::cpu);
+    state.counters["wall_ratio"] = medianRatio(ours_, floor_, &Cost::wall);
+}
+
+}  // namespace Norv::Corvane::Benchmarks
