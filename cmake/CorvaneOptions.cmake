@@ -24,3 +24,12 @@ if(CORVANE_SANITIZE)
         "-fsanitize=${CORVANE_SANITIZE}" -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(corvane_build_options INTERFACE "-fsanitize=${CORVANE_SANITIZE}")
 endif()
+
+# What goes into the shared library, on top: unused sections dropped at link time, and the usual
+# hardening.
+add_library(corvane_library_options INTERFACE)
+target_link_libraries(corvane_library_options INTERFACE corvane_build_options)
+target_compile_options(corvane_library_options INTERFACE
+    -ffunction-sections -fdata-sections -fstack-protector-strong)
+target_link_options(corvane_library_options INTERFACE
+    -Wl,--gc-sections -Wl,-z,relro -Wl,-z,now)
