@@ -1,8 +1,10 @@
 #include "Norv/Corvane/Common/ScriptRunner.h"
 
+#include <cerrno>
 #include <csignal>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 #include <boost/filesystem/operations.hpp>
 #include <boost/process/system.hpp>
@@ -18,6 +20,23 @@ constexpr std::string_view scriptSuffix = "Script.run";
 bool endsWith(std::string_view text, std::string_view suffix) {
     return text.size() >= suffix.size() &&
            text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
+}
+
+// The exit status, or the number of the signal that ended the command; `error` is set when it could
+// not be started.
+int runAndWait(const std::string& command, std::error_code& error) {
+    // Launching leaves SIGCHLD at its default in any case. Set only then, it would come too late
+    // for a host that ignores or handles the signal: a short script could be reaped before it is
+    // waited for.
+    std::signal(SIGCHLD, SIG_DFL);
+    errno = 0;
+    const int result = boost::process::system(command, error);
+    if (result == -1 && !error) {
+        // Not started for want of a pipe, which is left to errno alone.
+        error = std::make_error_code(errno != 0 ? static_cast<std::errc>(errno)
+                                                : std::errc::resource_unavailable_try_again);
+    }
+    return result;
 }
 
 }  // namespace
@@ -52,12 +71,8 @@ bool ScriptRunner::done() {
     const std::string command = fmt::format(
         "/bin/sh {} /UpdateApplicationFiles:True /UpdateSystemFiles:True /CommissioningMode:False",
         script_->native());
-    // Launching leaves SIGCHLD at its default in any case. Set only then, it would come too late
-    // for a host that ignores or handles the signal: a short script could be reaped before it is
-    // waited for.
-    std::signal(SIGCHLD, SIG_DFL);
     std::error_code error;
-    const int result = boost::process::system(command, error);
+    const int result = runAndWait(command, error);
     if (error) {
         Log::error("Faild to execute command \"{}\" ({})", command, error.message());
         return false;
