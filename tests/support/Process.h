@@ -14,6 +14,8 @@ struct ProcessResult {
     int status = 0;
     std::string out;
     std::string err;
+    // Largest resident set, in KiB.
+    long peakMemory = 0;
 };
 
 // A child process whose standard output and error are kept, in files, for `wait`. The first

@@ -1,6 +1,6 @@
 // Signatures made here and checked by the stock xmlsec1 program, and the other way round.
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <boost/optional/optional_io.hpp>
 
@@ -13,7 +13,6 @@ namespace {
 
 using namespace Norv::Corvane;
 using namespace Norv::Corvane::Test;
-using testing::HasSubstr;
 
 constexpr char inclusiveC14n[] = "http://www.w3.org/TR/2001/REC-xml-c14n-20010315";
 constexpr char exclusiveC14n[] = "http://www.w3.org/2001/10/xml-exc-c14n#";
