@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <boost/algorithm/string/predicate.hpp>
+#include <cstring>
 #include <locale>
 #include <string_view>
 #include <vector>
@@ -41,15 +42,36 @@ bool isAscii(std::string_view text) {
                        [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
+// Length of the ASCII text without zero bytes at the start of `text`, give or take the last few
+// bytes of it. Eight bytes at a time: nearly every manifest is nothing else.
+std::size_t plainLength(std::string_view text) {
+    constexpr std::uint64_t ones = 0x0101010101010101;
+    constexpr std::uint64_t topBits = ones << 7;
+    std::uint64_t word = 0;
+    std::size_t length = 0;
+    while (text.size() - length >= sizeof word) {
+        std::memcpy(&word, text.data() + length, sizeof word);
+        // The subtraction sets the top bit of a zero byte, and only there does it borrow.
+        if (((word | (word - ones)) & topBits) != 0) {
+            break;
+        }
+        length += sizeof word;
+    }
+    return length;
+}
+
 bool isUtf8(std::string_view text) {
-    while (!text.empty()) {
+    for (;;) {
+        text.remove_prefix(plainLength(text));
+        if (text.empty()) {
+            return true;
+        }
         const std::size_t length = sequenceLength(text);
         if (length == 0) {
             return false;
         }
         text.remove_prefix(length);
     }
-    return true;
 }
 
 // The encoding that the XML declaration names, empty when it names none. A declaration that is not
@@ -126,11 +148,14 @@ private:
         std::uint64_t declarations = open_.empty() ? 1 : open_.back();
         for (;;) {
             // To the next quoted value or to the end of the tag.
-            const std::size_t at = rest_.find_first_of("\"'>");
-            if (at == std::string_view::npos) {
+            const auto next = std::find_if(rest_.begin(), rest_.end(), [](char c) {
+                return c == '"' || c == '\'' || c == '>';
+            });
+            if (next == rest_.end()) {
                 rest_ = {};
                 break;
             }
+            const auto at = static_cast<std::size_t>(next - rest_.begin());
             const std::string_view before = rest_.substr(0, at);
             const char found = rest_[at];
             rest_.remove_prefix(at + 1);
