@@ -24,7 +24,7 @@ struct ArchiveEntry {
     bool deflate = true;
     // When engaged: the archive is read back, and refused if the entry holds something else. A
     // source file may have changed since its digest was taken.
-    std::optional<FileDigest> expected;
+    std::optional<FileDigest> expected = std::nullopt;
 };
 
 // Writes the entries in their order; at least one, no name twice. The file appears under `path`
