@@ -50,12 +50,12 @@ double median(std::vector<double> values) {
     return (*middle + *std::max_element(values.begin(), middle)) / 2;
 }
 
-Cost Comparison::runPair(const std::function<void()>& prepare, const std::function<void()>& ours,
-                         const std::function<void()>& floor) {
+Cost Comparison::runPair(const std::function<void()>& prepare, const std::function<Cost()>& ours,
+                         const std::function<Cost()>& floor) {
     const bool oursFirst = ours_.size() % 2 == 0;
     for (const bool runOurs : {oursFirst, !oursFirst}) {
         prepare();
-        (runOurs ? ours_ : floor_).push_back(costOf(runOurs ? ours : floor));
+        (runOurs ? ours_ : floor_).push_back(runOurs ? ours() : floor());
     }
     return ours_.back();
 }

@@ -12,22 +12,23 @@
 
 namespace Norv::Corvane::Benchmarks {
 
+// In seconds; `cpu` is that of all threads.
 struct Cost {
-    // Of the whole process, all threads, in seconds.
     double cpu = 0;
     double wall = 0;
 };
 
+// What `work` costs this process.
 Cost costOf(const std::function<void()>& work);
 
 double median(std::vector<double> values);
 
 class Comparison {
 public:
-    // Runs each once. `prepare` comes before each of the two and is not measured. Which one goes
-    // first alternates from call to call. Returns the cost of `ours`.
-    Cost runPair(const std::function<void()>& prepare, const std::function<void()>& ours,
-                 const std::function<void()>& floor);
+    // Runs each once, `prepare` before each of them. Which one goes first alternates from call to
+    // call. Returns the cost of `ours`.
+    Cost runPair(const std::function<void()>& prepare, const std::function<Cost()>& ours,
+                 const std::function<Cost()>& floor);
 
     // Counters ours_cpu, ours_wall, floor_cpu, floor_wall (seconds), cpu_ratio, wall_ratio.
     void report(benchmark::State& state) const;

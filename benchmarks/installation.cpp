@@ -47,10 +47,13 @@ public:
             }
         };
         const auto ours = [&] {
-            install(*std::move(validated));
+            const Cost cost = costOf([&] { install(*std::move(validated)); });
             validated = boost::none;
+            return cost;
         };
-        const auto floor = [&] { floor_.install(std::exchange(archive, nullptr)); };
+        const auto floor = [&] {
+            return costOf([&] { floor_.install(std::exchange(archive, nullptr)); });
+        };
         return comparison.runPair(prepare, ours, floor);
     }
 
