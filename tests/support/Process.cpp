@@ -7,8 +7,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <iterator>
+#include <sstream>
 #include <stdexcept>
 
 namespace Norv::Corvane::Test {
@@ -25,12 +28,26 @@ std::string contents(int fd) {
     return text;
 }
 
+// In a cross build the emulator goes before the first word that names a program of this build. All
+// other programs are the machine's own.
+std::vector<std::string> withEmulator(std::vector<std::string> command) {
+    const auto program = std::find_if(command.begin(), command.end(), [](const std::string& word) {
+        return word.rfind(CORVANE_BUILD_DIR "/", 0) == 0;
+    });
+    if (program != command.end()) {
+        std::istringstream emulator(CORVANE_EMULATOR);
+        command.insert(program, std::istream_iterator<std::string>(emulator), {});
+    }
+    return command;
+}
+
 }  // namespace
 
 Process::Process(const std::vector<std::string>& arguments)
     : out_(::memfd_create("out", MFD_CLOEXEC)), err_(::memfd_create("err", MFD_CLOEXEC)), id_(-1) {
     std::vector<char*> argv;
-    for (const std::string& argument : arguments) {
+    const std::vector<std::string> command = withEmulator(arguments);
+    for (const std::string& argument : command) {
         argv.push_back(const_cast<char*>(argument.c_str()));
     }
     argv.push_back(nullptr);

@@ -19,8 +19,9 @@ struct ProcessResult {
 };
 
 // A child process whose standard output and error are kept, in files, for `wait`. The first
-// argument is the program, searched in PATH; no shell takes part. Standard input is /dev/null.
-// Throws `std::runtime_error` when the system refuses.
+// argument is the program, searched in PATH; no shell takes part. A program of this build is to be
+// named by its full path, by which it is known to need the emulator of a cross build. Standard
+// input is /dev/null. Throws `std::runtime_error` when the system refuses.
 class Process {
 public:
     explicit Process(const std::vector<std::string>& arguments);
