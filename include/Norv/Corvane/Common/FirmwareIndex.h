@@ -9,7 +9,8 @@
 // file): writers exclude each other and readers, and everyone waits without a time limit. A save
 // empties the file before it has the lock, so a load that runs at that moment finds a truncated
 // document and throws; a later one succeeds. It never returns anything but a complete document
-// that one save wrote.
+// that one save wrote. Each call locks for itself: of two processes that load, change and save, one
+// can undo the other's change.
 //
 // The functions keep no state and may be called from any thread. Record locks belong to the
 // process, though: they do not exclude its own threads, and closing any descriptor of the file
