@@ -12,19 +12,20 @@ namespace {
 // Back to the first column, and erase what is there.
 constexpr char eraseLine[] = "\r\x1b[K";
 
-unsigned int terminalWidth() {
+std::size_t terminalWidth() {
     winsize size{};
     const bool known = ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
     return known ? size.ws_col : 80;
 }
 
-// As wide as the terminal leaves room for beside `text`, within reason.
-std::string bar(unsigned int percent, const std::string& text) {
-    const std::size_t room = terminalWidth();
-    const std::size_t width = room > text.size() + 14 ? room - text.size() - 4 : 10;
-    const std::size_t done = std::min<std::size_t>(width, 50) * percent / 100;
-    return '[' + std::string(done, '#') +
-           std::string(std::min<std::size_t>(width, 50) - done, '-') + ']';
+// As wide as the terminal leaves room for beside a text, within reason.
+std::string bar(unsigned int percent, std::size_t textWidth) {
+    // Two brackets, a blank, and the last column, where some terminals wrap.
+    const std::size_t taken = textWidth + 4;
+    const std::size_t terminal = terminalWidth();
+    const std::size_t width = std::clamp<std::size_t>(terminal - std::min(terminal, taken), 10, 50);
+    const std::size_t done = width * percent / 100;
+    return '[' + std::string(done, '#') + std::string(width - done, '-') + ']';
 }
 
 }  // namespace
@@ -46,16 +47,21 @@ ProgressDisplay::ProgressDisplay(std::uint64_t totalBytes)
 
 void ProgressDisplay::show(unsigned int percent) {
     const unsigned int shown = std::min(percent, 100U);
-    const std::string text =
-        std::to_string(shown) + " %, " +
-        formatBytes(totalBytes_ / 100 * shown + totalBytes_ % 100 * shown / 100) + " of " +
-        formatBytes(totalBytes_);
     if (terminal_) {
-        std::printf("%s%s %s", eraseLine, bar(shown, text).c_str(), text.c_str());
+        // The text is longest at the end; the bar keeps its width.
+        std::printf("%s%s %s", eraseLine, bar(shown, text(100).size()).c_str(),
+                    text(shown).c_str());
     } else {
-        std::printf("%s\n", text.c_str());
+        std::printf("%s\n", text(shown).c_str());
     }
     std::fflush(stdout);
+}
+
+std::string ProgressDisplay::text(unsigned int percent) const {
+    // In this order, the product fits 64 bits.
+    const std::uint64_t bytes = totalBytes_ / 100 * percent + totalBytes_ % 100 * percent / 100;
+    return std::to_string(percent) + " %, " + formatBytes(bytes) + " of " +
+           formatBytes(totalBytes_);
 }
 
 void ProgressDisplay::clear() {

@@ -18,6 +18,8 @@ public:
     void clear();
 
 private:
+    std::string text(unsigned int percent) const;
+
     std::uint64_t totalBytes_;
     bool terminal_;
 };

@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr int handled[] = {SIGINT, SIGHUP, SIGTERM, SIGPIPE};
+constexpr int handled[] = {SIGINT, SIGHUP, SIGTERM};
 
 std::atomic<const EventQueue*> cancelQueue{nullptr};
 static_assert(std::atomic<const EventQueue*>::is_always_lock_free, "read in a signal handler");
@@ -24,25 +24,19 @@ void requestCancellation(int /*signal*/) {
     }
 }
 
-// A function, not SIG_IGN, which the scripts would inherit.
-void doNothing(int /*signal*/) {}
-
-void (*handlerFor(int signal))(int) {
-    switch (signal) {
-        case SIGTERM:
-            return requestCancellation;
-        case SIGPIPE:
-            return doNothing;
-        default:
-            return SIG_IGN;
-    }
-}
-
 [[noreturn]] void fail(const char* call) {
     throw std::system_error(errno, std::generic_category(), call);
 }
 
 }  // namespace
+
+void surviveBrokenPipes() {
+    struct sigaction action {};
+    // A function, not SIG_IGN, which the scripts would inherit.
+    action.sa_handler = [](int) {};
+    action.sa_flags = SA_RESTART;
+    ::sigaction(SIGPIPE, &action, nullptr);
+}
 
 CancelSignals::CancelSignals(const EventQueue& queue) : queue_(queue) {
     sigset_t blocked;
@@ -65,7 +59,7 @@ CancelSignals::CancelSignals(const EventQueue& queue) : queue_(queue) {
         ::sigaction(handled[i], nullptr, &previous_[i]);
         if (previous_[i].sa_handler != SIG_IGN) {
             struct sigaction action {};
-            action.sa_handler = handlerFor(handled[i]);
+            action.sa_handler = handled[i] == SIGTERM ? requestCancellation : SIG_IGN;
             action.sa_flags = SA_RESTART;
             ::sigaction(handled[i], &action, nullptr);
         }

@@ -6,6 +6,10 @@
 
 #include "EventQueue.h"
 
+// From now on SIGPIPE does nothing: a reader of our output that goes away must not end an
+// installation, nor change its exit status.
+void surviveBrokenPipes();
+
 // Turns SIGINT, SIGTERM and SIGHUP into `CancelRequested` events for as long as it lives, except
 // those that were ignored before (as under nohup). `Installer::Cancel` may not be called from a
 // signal handler, so somebody has to wait for the events.
@@ -16,9 +20,8 @@
 // them pending until `waitForEvent` fetches them. SIGTERM is sent to one process; scripts get it as
 // usual.
 //
-// SIGPIPE does nothing meanwhile: a reader of our output that goes away must not end an
-// installation. At most one object at a time; to be created before the threads whose scripts it
-// concerns, and used on the thread that created it.
+// At most one object at a time; to be created before the threads whose scripts it concerns, and
+// used on the thread that created it.
 class CancelSignals {
 public:
     // Throws `std::system_error`.
@@ -33,6 +36,6 @@ public:
 private:
     const EventQueue& queue_;
     sigset_t previousMask_;
-    struct sigaction previous_[4];
+    struct sigaction previous_[3];
     int descriptor_ = -1;
 };

@@ -134,11 +134,16 @@ std::uint64_t payloadBytes(const FirmwareDescription& description) {
     return total;
 }
 
+std::string payloadSummary(const FirmwareDescription& description) {
+    const std::size_t count = description.files.size();
+    return std::to_string(count) + (count == 1 ? " file, " : " files, ") +
+           formatBytes(payloadBytes(description));
+}
+
 std::string summary(const FirmwareDescription& description) {
-    std::string model(to_string(description.deviceType.type));
-    return (model.empty() ? "an unknown device" : model) + ", version " +
-           to_string(description.version) + ", " + std::to_string(description.files.size()) +
-           " files, " + formatBytes(payloadBytes(description));
+    const std::string model(to_string(description.deviceType.type));
+    return (model.empty() ? "unknown device" : model) + ", version " +
+           to_string(description.version) + ", " + payloadSummary(description);
 }
 
 ExitStatus waitForVerdict(const CancelSignals& signals, IInstaller& installer,
@@ -181,6 +186,7 @@ ExitStatus install(ValidatedFirmwareZip firmware, const std::string& target) {
 }
 
 ExitStatus runHost(const Arguments& arguments) {
+    surviveBrokenPipes();
     configureLog(arguments.verbose);
     const XmlLibraries xmlLibraries;
     ValidatedFirmwareZip firmware = validate(arguments);
@@ -190,9 +196,8 @@ ExitStatus runHost(const Arguments& arguments) {
     if (arguments.checkFirst) {
         checkPayload(firmware);
     }
-    const std::string installed = std::to_string(firmware.description.files.size()) + " files, " +
-                                  formatBytes(payloadBytes(firmware.description)) +
-                                  ", installed in " + arguments.target;
+    const std::string installed =
+        "installed " + payloadSummary(firmware.description) + " in " + arguments.target;
     const ExitStatus status = install(std::move(firmware), arguments.target);
     switch (status) {
         case Installed:
