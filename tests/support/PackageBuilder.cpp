@@ -49,7 +49,7 @@ PackageBuilder& PackageBuilder::tamper(std::function<void(std::string&)> edit) {
 }
 
 PackageBuilder& PackageBuilder::signedBy(const TestKey& key) {
-    key_ = &key;
+    key_ = [&key]() -> const TestKey& { return key; };
     return *this;
 }
 
@@ -98,8 +98,8 @@ std::string PackageBuilder::manifest() const {
     for (const auto& edit : xmlEdits_) {
         edit(xml);
     }
-    if (key_ != nullptr) {
-        xml = signXml(xml, *key_);
+    if (key_) {
+        xml = signXml(xml, key_());
     }
     for (const auto& edit : tamperings_) {
         edit(xml);

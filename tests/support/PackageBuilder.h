@@ -71,7 +71,8 @@ private:
 
     std::vector<Payload> payload_;
     bool deflate_ = true;
-    const TestKey* key_ = &rsaKey();
+    // Called when a signature is made: generating a key takes its time.
+    std::function<const TestKey&()> key_ = rsaKey;
     std::optional<std::string> manifestEntry_ = Pack::manifestEntryName;
     std::optional<std::string> manifestText_;
     std::vector<std::function<void(Pack::Manifest&)>> manifestEdits_;
