@@ -70,6 +70,13 @@ TEST_F(PackPackage, IsNotWrittenWhenTheManifestIsWrong) {
     EXPECT_THAT(outputs.files(), IsEmpty());
 }
 
+TEST_F(PackPackage, IsCheckedBeforeThePayloadIsRead) {
+    add(PayloadKind::Firmware, "app", "a");
+    input.sources[0] = "/absent";
+    input.manifest.version = "1";
+    EXPECT_EQ(failure(), "version \"1\" is not of the form 1.2.3.4");
+}
+
 TEST_F(PackPackage, IsNotWrittenWhenASourceIsMissing) {
     add(PayloadKind::Firmware, "app", "a");
     input.sources[0] = "/absent";
