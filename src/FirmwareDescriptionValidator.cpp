@@ -9,13 +9,13 @@
 
 #include <algorithm>
 #include <climits>
-#include <cstdint>
 
 #include "LibraryState.h"
 #include "Log.h"
 #include "ManifestText.h"
 #include "Norv/Corvane/Common/ErrorCodes.h"
 #include "SignedDocument.h"
+#include "WorkBudget.h"
 
 namespace Norv::Corvane::Common {
 namespace {
@@ -76,28 +76,6 @@ ContextPtr makeContext(xmlSecKeysMngr* manager) {
     return context;
 }
 
-// Time that a text may cost: a small multiple of what an honest one of its size does.
-class Budget {
-public:
-    explicit Budget(boost::string_view text)
-        : bytes_(text.size()), cost_(ManifestText::costOf(text)) {}
-
-    bool allowsParsing() const { return cost_.attributes + cost_.namespaces <= limit(); }
-
-    bool allowsVerification(xmlNode* signature) const {
-        const std::uint64_t pass =
-            bytes_ + cost_.attributes +
-            cost_.namespaces * (1 + SignedDocument::listedPrefixes(signature));
-        return pass <= limit() / SignedDocument::passes(signature);
-    }
-
-private:
-    std::uint64_t limit() const { return 12 * std::max(bytes_, std::uint64_t{1} << 20); }
-
-    std::uint64_t bytes_;
-    ManifestText::Cost cost_;
-};
-
 }  // namespace
 
 void KeysManagerDeleter::operator()(_xmlSecKeysMngr* manager) const noexcept {
@@ -142,15 +120,19 @@ std::error_code FirmwareDescriptionValidator::Init() {
 }
 
 void FirmwareDescriptionValidator::Deinit() {
-    xmlSecOpenSSLShutdown();
-    xmlSecOpenSSLAppShutdown();
-    xmlSecShutdown();
+    {
+        const LibraryStateGuard guard;
+        xmlSecOpenSSLShutdown();
+        xmlSecOpenSSLAppShutdown();
+        xmlSecShutdown();
+    }
     xmlCleanupParser();
 }
 
 KeysManagerPtr FirmwareDescriptionValidator::LoadTrustedCert(
     const boost::filesystem::path& certificate) {
     const LibraryStateGuard guard;
+    const PasswordPromptGuard noPrompt;
     const char* const path = certificate.c_str();
 
     KeysManagerPtr manager(xmlSecKeysMngrCreate());
@@ -198,7 +180,7 @@ boost::optional<bool> FirmwareDescriptionValidator::ValidateSignature(
     if (!keysManager_ || description.size() > INT_MAX || !ManifestText::readsAlike(description)) {
         return boost::none;
     }
-    const Budget budget(description);
+    const WorkBudget budget(description);
     if (!budget.allowsParsing()) {
         return boost::none;
     }
@@ -208,7 +190,7 @@ boost::optional<bool> FirmwareDescriptionValidator::ValidateSignature(
         return boost::none;
     }
     xmlNode* const signature = document.signature();
-    if (signature == nullptr || !budget.allowsVerification(signature)) {
+    if (signature == nullptr || !budget.allowsVerification(demandsOf(signature))) {
         return boost::none;
     }
     const ContextPtr context = makeContext(keysManager_.get());

@@ -18,16 +18,19 @@ constexpr zip_uint64_t maxManifestSize = zip_uint64_t{64} << 20;
 constexpr std::size_t manifestStep = std::size_t{256} << 10;
 constexpr std::size_t digestStep = std::size_t{512} << 10;
 
-// At most `size` bytes. The declared size is the archive's word only, so memory is taken as data
-// really arrives and not on the strength of that word.
+// At most `size` bytes, none when reading fails. The declared size is the archive's word only, so
+// memory is taken as data really arrives and not on the strength of that word.
 std::string readManifest(libzip::file entry, std::size_t size) {
     std::string text;
     while (text.size() < size) {
-        const std::string piece = entry.read(std::min(manifestStep, size - text.size()));
-        if (piece.empty()) {
+        const std::size_t before = text.size();
+        const std::size_t step = std::min(manifestStep, size - before);
+        text.resize(before + step);
+        const zip_int64_t count = entry.read(&text[before], step);
+        text.resize(count < 0 ? 0 : before + static_cast<std::size_t>(count));
+        if (count <= 0) {
             break;
         }
-        text += piece;
     }
     return text;
 }

@@ -8,18 +8,26 @@
 
 #include <xmlsec/errors.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
+#include <new>
 
 #include "Log.h"
 
 namespace Norv::Corvane::Common {
 namespace {
 
-std::string oneLine(const char* text) {
-    std::string line = text == nullptr ? "" : text;
+constexpr std::size_t longestComplaint = 500;
+
+// What a sender wrote may be part of it: it must not look like log lines of its own.
+std::string printable(const char* text) {
+    std::string line = text == nullptr ? "" : std::string(text, strnlen(text, longestComplaint));
     line.erase(line.find_last_not_of("\r\n") + 1);
+    std::replace_if(
+        line.begin(), line.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '?');
     return line;
 }
 
@@ -27,36 +35,25 @@ const char* orEmpty(const char* text) {
     return text == nullptr ? "" : text;
 }
 
-void logStructuredError(void* /*context*/, xmlErrorPtr error) {
-    Log::debug("libxml2: line {}: {}", error->line, oneLine(error->message));
-    if (error->level == XML_ERR_FATAL && error->domain == XML_FROM_PARSER &&
-        error->ctxt != nullptr) {
-        // The parser would go on looking for further faults, at the sender's expense of our time.
-        xmlStopParser(static_cast<xmlParserCtxtPtr>(error->ctxt));
+void logXmlSecError(const char* /*file*/, int line, const char* function, const char* object,
+                    const char* subject, int reason, const char* message) noexcept {
+    try {
+        Log::debug("xmlsec: {}:{}: {} {} (reason {}) {}", orEmpty(function), line,
+                   printable(object), printable(subject), reason, printable(message));
+    } catch (...) {
+        // A lost line; nothing may be thrown through the library that calls.
     }
 }
 
-__attribute__((format(printf, 2, 3))) void logGenericError(void* /*context*/, const char* format,
-                                                           ...) {
-    std::array<char, 512> text{};
-    std::va_list arguments;
-    va_start(arguments, format);
-    std::vsnprintf(text.data(), text.size(), format, arguments);
-    va_end(arguments);
-    Log::debug("libxml2: {}", oneLine(text.data()));
-}
-
-void logXmlSecError(const char* /*file*/, int line, const char* function, const char* object,
-                    const char* subject, int reason, const char* message) {
-    Log::debug("xmlsec: {}:{}: {} {} (reason {}) {}", orEmpty(function), line, orEmpty(object),
-               orEmpty(subject), reason, orEmpty(message));
+// Fails every prompt.
+int refusePrompt(UI* /*ui*/, UI_STRING* /*prompt*/) {
+    return 0;
 }
 
 }  // namespace
 
 LibraryStateGuard::LibraryStateGuard()
-    : passwordMethod_(UI_get_default_method()),
-      structuredContext_(xmlStructuredErrorContext),
+    : structuredContext_(xmlStructuredErrorContext),
       structuredHandler_(xmlStructuredError),
       genericContext_(xmlGenericErrorContext),
       genericHandler_(xmlGenericError) {
@@ -71,16 +68,13 @@ LibraryStateGuard::LibraryStateGuard()
         error.data = (error.flags & ERR_TXT_STRING) != 0 ? orEmpty(data) : "";
         openSslErrors_.push_back(error);
     }
-    // An encrypted PEM file must fail, not ask on the terminal.
-    UI_set_default_method(UI_null());
-    xmlSetStructuredErrorFunc(nullptr, logStructuredError);
-    xmlSetGenericErrorFunc(nullptr, logGenericError);
+    xmlSetStructuredErrorFunc(this, logStructuredError);
+    xmlSetGenericErrorFunc(this, logGenericError);
 }
 
 LibraryStateGuard::~LibraryStateGuard() {
     xmlSetGenericErrorFunc(genericContext_, genericHandler_);
     xmlSetStructuredErrorFunc(structuredContext_, structuredHandler_);
-    UI_set_default_method(static_cast<const UI_METHOD*>(passwordMethod_));
     ERR_clear_error();
     for (const OpenSslError& error : openSslErrors_) {
         ERR_new();
@@ -89,6 +83,52 @@ LibraryStateGuard::~LibraryStateGuard() {
         ERR_set_error(ERR_GET_LIB(error.code), ERR_GET_REASON(error.code), format,
                       error.data.c_str());
     }
+}
+
+void LibraryStateGuard::logStructuredError(void* guard, xmlErrorPtr error) {
+    static_cast<LibraryStateGuard*>(guard)->log(error->message, error->line);
+    if (error->level == XML_ERR_FATAL && error->domain == XML_FROM_PARSER &&
+        error->ctxt != nullptr) {
+        // The parser would go on looking for further faults, at the sender's expense of our time.
+        // xmlStopParser must not be called here: it frees the text that the parser is looking at.
+        auto* const parser = static_cast<xmlParserCtxtPtr>(error->ctxt);
+        parser->instate = XML_PARSER_EOF;
+        parser->disableSAX = 1;
+    }
+}
+
+void LibraryStateGuard::logGenericError(void* guard, const char* format, ...) {
+    std::array<char, longestComplaint> text{};
+    std::va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(text.data(), text.size(), format, arguments);
+    va_end(arguments);
+    static_cast<LibraryStateGuard*>(guard)->log(text.data(), 0);
+}
+
+void LibraryStateGuard::log(const char* text, int line) noexcept {
+    if (complaintsLeft_ == 0) {
+        return;
+    }
+    --complaintsLeft_;
+    try {
+        Log::debug("libxml2: line {}: {}", line, printable(text));
+    } catch (...) {
+        // A lost line; nothing may be thrown through the library that calls.
+    }
+}
+
+PasswordPromptGuard::PasswordPromptGuard()
+    : refusing_(UI_create_method("no prompt")), previous_(UI_get_default_method()) {
+    if (refusing_ == nullptr || UI_method_set_reader(refusing_, refusePrompt) != 0) {
+        throw std::bad_alloc();
+    }
+    UI_set_default_method(refusing_);
+}
+
+PasswordPromptGuard::~PasswordPromptGuard() {
+    UI_set_default_method(previous_);
+    UI_destroy_method(refusing_);
 }
 
 void logXmlSecComplaints() {

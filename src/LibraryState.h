@@ -1,8 +1,9 @@
 // Keeps a call into libxml2, xmlsec and OpenSSL out of the host's sight.
 //
 // While a guard lives, on the thread that made it, libxml2's complaints go to the default logger at
-// debug level. Its end puts back what the host had: libxml2's error handlers, the contents of
-// OpenSSL's error queue and OpenSSL's default way to ask for a password. Guards do not nest.
+// debug level, a limited number of them: a sender could make any number of them up. Its end puts
+// back what the host had: libxml2's error handlers and the contents of OpenSSL's error queue.
+// Guards do not nest.
 
 #pragma once
 
@@ -10,6 +11,7 @@
 #include <vector>
 
 struct _xmlError;
+struct ui_method_st;
 
 namespace Norv::Corvane::Common {
 
@@ -30,12 +32,31 @@ private:
         int flags;
     };
 
+    static void logStructuredError(void* guard, _xmlError* error);
+    static void logGenericError(void* guard, const char* format, ...)
+        __attribute__((format(printf, 2, 3)));
+    void log(const char* text, int line) noexcept;
+
     std::vector<OpenSslError> openSslErrors_;
-    const void* passwordMethod_;
+    unsigned complaintsLeft_ = 32;
     void* structuredContext_;
     void (*structuredHandler_)(void*, _xmlError*);
     void* genericContext_;
     void (*genericHandler_)(void*, const char*, ...);
+};
+
+// While it lives, OpenSSL asks nobody for a password: what is encrypted fails to load.
+// Process-wide.
+class PasswordPromptGuard {
+public:
+    PasswordPromptGuard();
+    PasswordPromptGuard(const PasswordPromptGuard&) = delete;
+    PasswordPromptGuard& operator=(const PasswordPromptGuard&) = delete;
+    ~PasswordPromptGuard();
+
+private:
+    ui_method_st* refusing_;
+    const ui_method_st* previous_;
 };
 
 // Sends xmlsec's complaints, too, to the default logger at debug level. Process-wide, until xmlsec

@@ -6,13 +6,13 @@
 #include <cstring>
 #include <locale>
 #include <string_view>
-#include <vector>
 
 namespace Norv::Corvane::Common::ManifestText {
 namespace {
 
-// Length of the well-formed UTF-8 sequence at the start of `text`, 0 if there is none. Overlong
-// forms, surrogates and values above U+10FFFF are not well-formed; nor is U+0000 in XML.
+// Length of the well-formed UTF-8 sequence at the start of `text`, 0 if there is none or XML does
+// not allow its character. Overlong forms, surrogates and values above U+10FFFF are not
+// well-formed; control characters, U+FFFE and U+FFFF are not allowed.
 std::size_t sequenceLength(std::string_view text) {
     const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
     const unsigned char first = byte(0);
@@ -80,7 +80,8 @@ std::string_view declaredEncoding(std::string_view text) {
     if (text.substr(0, 3) == "\xEF\xBB\xBF") {
         text.remove_prefix(3);
     }
-    if (text.substr(0, 5) != "<?xml") {
+    // Longer names, such as that of a style sheet's instruction, are not the declaration.
+    if (text.substr(0, 5) != "<?xml" || text.find_first_of(" \t\r\n") != 5) {
         return {};
     }
     const std::string_view declaration = text.substr(0, text.find("?>"));
@@ -93,106 +94,18 @@ std::string_view declaredEncoding(std::string_view text) {
     return declaration.substr(open + 1, close - open - 1);
 }
 
-// Single-byte encodings in which the ASCII range means ASCII.
+// Encodings in which a text of ASCII bytes is that ASCII text.
 bool extendsAscii(std::string_view encoding) {
-    static constexpr std::array<std::string_view, 4> prefixes = {"ISO-8859-", "ISO8859-",
-                                                                 "windows-125", "CP125"};
-    static constexpr std::array<std::string_view, 4> names = {"US-ASCII", "ASCII", "ISO646-US",
-                                                              "latin1"};
+    static constexpr std::array<std::string_view, 7> prefixes = {
+        "ISO-8859-", "ISO8859-", "ISO_8859-", "windows-125", "CP125", "KOI8-", "EUC-"};
+    static constexpr std::array<std::string_view, 8> names = {
+        "US-ASCII", "ASCII", "ISO646-US", "latin1", "GB2312", "GBK", "GB18030", "Big5"};
     const std::locale& c = std::locale::classic();
     const auto begins = [&](auto prefix) { return boost::istarts_with(encoding, prefix, c); };
     const auto equals = [&](auto name) { return boost::iequals(encoding, name, c); };
     return std::any_of(prefixes.begin(), prefixes.end(), begins) ||
            std::any_of(names.begin(), names.end(), equals);
 }
-
-// Walks over the markup of a text. On text that is not well-formed it may lose its way, which does
-// no harm: the parser stops at the first such place.
-class Scanner {
-public:
-    explicit Scanner(std::string_view text) : rest_(text) {}
-
-    Cost run() {
-        while (skipPast("<")) {
-            if (accept("!--")) {
-                skipPast("-->");
-            } else if (accept("![CDATA[")) {
-                skipPast("]]>");
-            } else if (accept("?")) {
-                skipPast("?>");
-            } else if (accept("/")) {
-                skipPast(">");
-                leaveElement();
-            } else {
-                startTag();
-            }
-        }
-        return cost_;
-    }
-
-private:
-    bool accept(std::string_view token) {
-        const bool matches = rest_.substr(0, token.size()) == token;
-        rest_.remove_prefix(matches ? token.size() : 0);
-        return matches;
-    }
-
-    bool skipPast(std::string_view token) {
-        const std::size_t at = rest_.find(token);
-        rest_.remove_prefix(at == std::string_view::npos ? rest_.size() : at + token.size());
-        return at != std::string_view::npos;
-    }
-
-    void startTag() {
-        std::uint64_t attributes = 0;
-        std::uint64_t declarations = open_.empty() ? 1 : open_.back();
-        for (;;) {
-            // To the next quoted value or to the end of the tag.
-            const auto next = std::find_if(rest_.begin(), rest_.end(), [](char c) {
-                return c == '"' || c == '\'' || c == '>';
-            });
-            if (next == rest_.end()) {
-                rest_ = {};
-                break;
-            }
-            const auto at = static_cast<std::size_t>(next - rest_.begin());
-            const std::string_view before = rest_.substr(0, at);
-            const char found = rest_[at];
-            rest_.remove_prefix(at + 1);
-            if (found == '>') {
-                open_.push_back(declarations);
-                count(attributes, declarations);
-                if (!before.empty() && before.back() == '/') {
-                    leaveElement();
-                }
-                return;
-            }
-            ++attributes;
-            if (before.find("xmlns") != std::string_view::npos) {
-                ++declarations;
-            }
-            const std::size_t close = rest_.find(found);
-            rest_.remove_prefix(close == std::string_view::npos ? rest_.size() : close + 1);
-        }
-        count(attributes, declarations);
-    }
-
-    void count(std::uint64_t attributes, std::uint64_t declarations) {
-        cost_.attributes += attributes * attributes;
-        cost_.namespaces += declarations * (open_.size() + 1);
-    }
-
-    void leaveElement() {
-        if (!open_.empty()) {
-            open_.pop_back();
-        }
-    }
-
-    std::string_view rest_;
-    // Namespace declarations in scope, for each open element.
-    std::vector<std::uint64_t> open_;
-    Cost cost_;
-};
 
 }  // namespace
 
@@ -202,12 +115,9 @@ bool readsAlike(boost::string_view text) {
         return false;
     }
     const std::string_view encoding = declaredEncoding(bytes);
-    return encoding.empty() || boost::iequals(encoding, "UTF-8", std::locale::classic()) ||
-           (isAscii(bytes) && extendsAscii(encoding));
-}
-
-Cost costOf(boost::string_view text) {
-    return Scanner({text.data(), text.size()}).run();
+    const std::locale& c = std::locale::classic();
+    return encoding.empty() || boost::iequals(encoding, "UTF-8", c) ||
+           boost::iequals(encoding, "UTF8", c) || (isAscii(bytes) && extendsAscii(encoding));
 }
 
 }  // namespace Norv::Corvane::Common::ManifestText

@@ -16,7 +16,8 @@ struct ParserDeleter {
     void operator()(xmlParserCtxt* parser) const noexcept { xmlFreeParserCtxt(parser); }
 };
 
-// Called when the name of the document type was read and nothing of its declarations yet.
+// Called when the name of the document type was read and nothing of its declarations yet. The
+// parser looks whether it was stopped as soon as this returns.
 void refuseDocumentType(void* context, const xmlChar* /*name*/, const xmlChar* /*externalId*/,
                         const xmlChar* /*systemId*/) {
     auto* const parser = static_cast<xmlParserCtxt*>(context);
@@ -24,27 +25,12 @@ void refuseDocumentType(void* context, const xmlChar* /*name*/, const xmlChar* /
     xmlStopParser(parser);
 }
 
-// Calls `visit` with each element below `top`, `top` included, in document order.
-template <typename Visitor>
-void forEachElement(xmlNode* top, Visitor visit) {
-    xmlNode* node = top;
-    while (node != nullptr) {
-        if (node->type == XML_ELEMENT_NODE) {
-            visit(node);
-        }
-        if (node->children != nullptr && node->type == XML_ELEMENT_NODE) {
-            node = node->children;
-            continue;
-        }
-        while (node != top && node->next == nullptr) {
-            node = node->parent;
-        }
-        node = node == top ? nullptr : node->next;
-    }
-}
-
 std::string_view textOf(const xmlChar* text) {
     return text == nullptr ? std::string_view() : reinterpret_cast<const char*>(text);
+}
+
+bool isNamed(const xmlNode* node, const xmlChar* name) {
+    return node->type == XML_ELEMENT_NODE && xmlStrEqual(node->name, name) != 0;
 }
 
 unsigned long countWords(std::string_view text) {
@@ -58,7 +44,66 @@ unsigned long countWords(std::string_view text) {
     return words;
 }
 
+std::string_view attributeOf(const xmlNode* element, const xmlChar* name) {
+    for (const xmlAttr* attribute = element->properties; attribute != nullptr;
+         attribute = attribute->next) {
+        // Without regard to the namespace, as xmlsec looks attributes up.
+        if (xmlStrEqual(attribute->name, name) != 0 && attribute->children != nullptr) {
+            return textOf(attribute->children->content);
+        }
+    }
+    return {};
+}
+
+// For one element and all below it. Depth is bounded by the parser.
+unsigned long countPrefixes(const xmlNode* element) {
+    unsigned long prefixes = countWords(attributeOf(element, xmlSecAttrPrefixList));
+    for (const xmlNode* child = element->children; child != nullptr; child = child->next) {
+        prefixes += child->type == XML_ELEMENT_NODE ? countPrefixes(child) : 0;
+    }
+    return prefixes;
+}
+
+void addReference(const xmlNode* reference, SignatureDemands& demands) {
+    ++demands.passes;
+    unsigned long canonicalisations = 0;
+    for (const xmlNode* list = reference->children; list != nullptr; list = list->next) {
+        for (const xmlNode* transform = list->children;
+             isNamed(list, xmlSecNodeTransforms) && transform != nullptr;
+             transform = transform->next) {
+            if (transform->type != XML_ELEMENT_NODE) {
+                continue;
+            }
+            ++demands.passes;
+            const bool enveloped =
+                attributeOf(transform, xmlSecAttrAlgorithm) == textOf(xmlSecHrefEnveloped);
+            canonicalisations += enveloped ? 0 : 1;
+        }
+    }
+    // What follows a canonicalisation works on a document made from its output; only the digest
+    // takes the output itself.
+    demands.rebuiltTrees += canonicalisations > 1 ? canonicalisations - 1 : 0;
+}
+
 }  // namespace
+
+SignatureDemands demandsOf(_xmlNode* signature) {
+    SignatureDemands demands;
+    // The signed information itself is canonicalised as a selection from the document.
+    demands.passes = 1;
+    for (const xmlNode* child = signature->children; child != nullptr; child = child->next) {
+        if (!isNamed(child, xmlSecNodeSignedInfo)) {
+            continue;
+        }
+        demands.listedPrefixes += countPrefixes(child);
+        for (const xmlNode* part = child->children; part != nullptr; part = part->next) {
+            if (isNamed(part, xmlSecNodeReference)) {
+                addReference(part, demands);
+            }
+        }
+    }
+    return demands;
+}
 
 SignedDocument::SignedDocument(boost::string_view text) {
     const std::unique_ptr<xmlParserCtxt, ParserDeleter> parser(xmlNewParserCtxt());
@@ -83,31 +128,6 @@ _xmlNode* SignedDocument::signature() const {
     }
     xmlNode* const signature = xmlSecFindNode(root, xmlSecNodeSignature, xmlSecDSigNs);
     return signature != nullptr && signature->parent == root ? signature : nullptr;
-}
-
-unsigned long SignedDocument::passes(_xmlNode* signature) {
-    // One for the signed part of the signature itself, which is a selection from the document.
-    unsigned long passes = 1;
-    forEachElement(signature, [&](xmlNode* element) {
-        if (xmlSecCheckNodeName(element, xmlSecNodeReference, xmlSecDSigNs) == 1 ||
-            xmlSecCheckNodeName(element, xmlSecNodeTransform, xmlSecDSigNs) == 1) {
-            ++passes;
-        }
-    });
-    return passes;
-}
-
-unsigned long SignedDocument::listedPrefixes(_xmlNode* signature) {
-    unsigned long prefixes = 0;
-    forEachElement(signature, [&](xmlNode* element) {
-        for (const xmlAttr* attribute = element->properties; attribute != nullptr;
-             attribute = attribute->next) {
-            if (textOf(attribute->name) == "PrefixList" && attribute->children != nullptr) {
-                prefixes += countWords(textOf(attribute->children->content));
-            }
-        }
-    });
-    return prefixes;
 }
 
 void SignedDocument::Deleter::operator()(_xmlDoc* document) const noexcept {

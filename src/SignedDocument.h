@@ -13,6 +13,18 @@ struct _xmlNode;
 
 namespace Norv::Corvane::Common {
 
+// What a signature asks a verification to do. Nothing of it is known to be signed at that time.
+struct SignatureDemands {
+    // How many times the verification goes over the whole document at most.
+    unsigned long passes = 0;
+    // How many further documents it builds from canonical output.
+    unsigned long rebuiltTrees = 0;
+    // How many namespace prefixes are to be treated specially, for each element of each pass.
+    unsigned long listedPrefixes = 0;
+};
+
+SignatureDemands demandsOf(_xmlNode* signature);
+
 class SignedDocument {
 public:
     // At most INT_MAX bytes. The document is empty if the text is not well-formed or has a document
@@ -24,13 +36,6 @@ public:
     // The first signature element of the document, if it is a child of the root element. The
     // signature does not cover itself: anywhere else it could pass for content. Null otherwise.
     _xmlNode* signature() const;
-
-    // How many times a verification of this signature goes over the whole document at most.
-    static unsigned long passes(_xmlNode* signature);
-
-    // Number of namespace prefixes that the signature wants treated specially, for each element of
-    // each pass.
-    static unsigned long listedPrefixes(_xmlNode* signature);
 
 private:
     struct Deleter {

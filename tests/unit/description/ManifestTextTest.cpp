@@ -44,13 +44,5 @@ TEST(ManifestText, RefusesWhatIsNotUtf8Anywhere) {
     expectReadsAlike("\xF4\x90\x80\x80", false);
 }
 
-TEST(ManifestText, CountsAttributesAndNamespacesInScope) {
-    const auto cost = ManifestText::costOf(R"(<a x='>' y="'"><b xmlns:p="1" z=""/><c></c></a>)");
-    // Two, two and no attributes, squared. `a` has one declaration in scope at depth 1, `b` two and
-    // `c` one at depth 2; an element counts as open by the time it is counted.
-    EXPECT_EQ(cost.attributes, 8U);
-    EXPECT_EQ(cost.namespaces, 1U * 2 + 2U * 3 + 1U * 3);
-}
-
 }  // namespace
 }  // namespace Norv::Corvane::Common

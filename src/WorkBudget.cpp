@@ -1,0 +1,180 @@
+#include "WorkBudget.h"
+
+#include <algorithm>
+#include <string_view>
+#include <vector>
+
+namespace Norv::Corvane::Common {
+namespace {
+
+// Elementary steps, such as looking at one declaration in a search, per byte of text. A usual
+// manifest needs about one per pass.
+constexpr std::uint64_t stepsPerByte = 256;
+// What a pass costs for each byte in any case, in such steps.
+constexpr std::uint64_t stepsPerPassedByte = 4;
+// Memory for documents that are built from canonical output, per byte of text.
+constexpr std::uint64_t memoryPerByte = 32;
+constexpr std::uint64_t bytesPerNode = 160;
+constexpr std::uint64_t shortText = std::uint64_t{1} << 20;
+
+struct Work {
+    std::uint64_t steps;
+    // Size of a tree that is built from the document's canonical form.
+    std::uint64_t treeBytes;
+};
+
+// The name before an attribute's value. In front of it stands a blank, and whatever came before.
+std::string_view attributeName(std::string_view text) {
+    constexpr const char* blanks = " \t\r\n";
+    text = text.substr(0, text.find_last_not_of(" \t\r\n=") + 1);
+    return text.substr(text.find_last_of(blanks) + 1);
+}
+
+// Walks over the markup of a text. On text that is not well-formed it may lose its way, which does
+// no harm: the parser stops there.
+class Scanner {
+public:
+    // Each element is looked at as if it declared `prefixes` namespaces more.
+    Scanner(std::string_view text, std::uint64_t prefixes) : rest_(text), prefixes_(prefixes) {}
+
+    Work run() {
+        while (skipPast("<")) {
+            if (accept("!--")) {
+                skipPast("-->");
+                addLeaf();
+            } else if (accept("![CDATA[")) {
+                skipPast("]]>");
+                addLeaf();
+            } else if (accept("?")) {
+                skipPast("?>");
+                addLeaf();
+                instructionsOutside_ += open_.empty() ? 1U : 0U;
+            } else if (accept("/")) {
+                skipPast(">");
+                leaveElement();
+            } else {
+                addStartTag();
+            }
+        }
+        return total();
+    }
+
+private:
+    struct Scope {
+        std::uint64_t attributes;
+        std::uint64_t declarations;
+    };
+
+    bool accept(std::string_view token) {
+        const bool matches = rest_.substr(0, token.size()) == token;
+        rest_.remove_prefix(matches ? token.size() : 0);
+        return matches;
+    }
+
+    bool skipPast(std::string_view token) {
+        const std::size_t at = rest_.find(token);
+        rest_.remove_prefix(at == std::string_view::npos ? rest_.size() : at + token.size());
+        return at != std::string_view::npos;
+    }
+
+    void addStartTag() {
+        Scope scope = open_.empty() ? Scope{0, prefixes_} : open_.back();
+        std::uint64_t attributes = 0;
+        bool empty = false;
+        for (;;) {
+            // To the next quoted value or to the end of the tag.
+            const auto at = static_cast<std::size_t>(
+                std::find_if(rest_.begin(), rest_.end(),
+                             [](char c) { return c == '"' || c == '\'' || c == '>'; }) -
+                rest_.begin());
+            if (at == rest_.size() || rest_[at] == '>') {
+                empty = at < rest_.size() && at > 0 && rest_[at - 1] == '/';
+                rest_.remove_prefix(std::min(at + 1, rest_.size()));
+                break;
+            }
+            const char quote = rest_[at];
+            const std::string_view name = attributeName(rest_.substr(0, at));
+            rest_.remove_prefix(at + 1);
+            const std::string_view value = rest_.substr(0, rest_.find(quote));
+            rest_.remove_prefix(std::min(value.size() + 1, rest_.size()));
+            longest_ = std::max<std::uint64_t>(longest_, name.size());
+            ++attributes;
+            if (name.substr(0, 5) == "xmlns") {
+                ++scope.declarations;
+                longest_ = std::max<std::uint64_t>(longest_, value.size());
+            }
+        }
+        scope.attributes += attributes;
+        open_.push_back(scope);
+        addElement(attributes, scope);
+        if (empty) {
+            leaveElement();
+        }
+    }
+
+    void addElement(std::uint64_t attributes, const Scope& scope) {
+        const std::uint64_t depth = open_.size();
+        const std::uint64_t slots = 1 + attributes + scope.declarations;
+        flatSteps_ += slots * (slots + scope.attributes + prefixes_ * depth);
+        // Two texts may stand beside a tag.
+        deepSteps_ += (slots + 2) * depth;
+        slots_ += slots;
+        nodes_ += 2 + 2 * attributes;
+    }
+
+    void addLeaf() {
+        deepSteps_ += 2 * (open_.size() + 1);
+        nodes_ += 2;
+    }
+
+    void leaveElement() {
+        if (!open_.empty()) {
+            open_.pop_back();
+        }
+    }
+
+    Work total() const {
+        // Each search among ancestors is one among the top-level nodes too.
+        const std::uint64_t searches = flatSteps_ + deepSteps_ * (1 + instructionsOutside_);
+        // Names are compared from the start, and what is written out may repeat a namespace.
+        const std::uint64_t repeated = slots_ * longest_;
+        return {searches * (1 + longest_ / 64) + repeated / 4, nodes_ * bytesPerNode + repeated};
+    }
+
+    std::string_view rest_;
+    std::uint64_t prefixes_;
+    std::vector<Scope> open_;
+    std::uint64_t flatSteps_ = 0;
+    std::uint64_t deepSteps_ = 0;
+    std::uint64_t slots_ = 0;
+    std::uint64_t nodes_ = 0;
+    std::uint64_t instructionsOutside_ = 0;
+    // Length of the longest attribute name or namespace.
+    std::uint64_t longest_ = 0;
+};
+
+Work workOn(boost::string_view text, std::uint64_t prefixes) {
+    return Scanner({text.data(), text.size()}, prefixes).run();
+}
+
+}  // namespace
+
+WorkBudget::WorkBudget(boost::string_view text) : text_(text) {}
+
+bool WorkBudget::allowsParsing() const {
+    return workOn(text_, 0).steps <= scaled(stepsPerByte);
+}
+
+bool WorkBudget::allowsVerification(const SignatureDemands& demands) const {
+    const Work work = workOn(text_, demands.listedPrefixes);
+    const std::uint64_t pass = work.steps + stepsPerPassedByte * text_.size();
+    return pass <= scaled(stepsPerByte) / demands.passes &&
+           (demands.rebuiltTrees == 0 ||
+            work.treeBytes <= scaled(memoryPerByte) / demands.rebuiltTrees);
+}
+
+std::uint64_t WorkBudget::scaled(std::uint64_t perByte) const {
+    return perByte * std::max<std::uint64_t>(text_.size(), shortText);
+}
+
+}  // namespace Norv::Corvane::Common

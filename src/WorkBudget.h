@@ -1,0 +1,36 @@
+// Bounds what checking a manifest may cost, before the cost arises.
+//
+// Parsing and canonicalising XML is quadratic in places: attributes of an element are compared with
+// each other, namespaces are looked up among all that are in scope, nodes are searched for among
+// their ancestors. And a signature may ask for any number of passes over the document. Whoever
+// sends a manifest chooses all of that before anything is known to be signed.
+//
+// The markup is counted here, and only a multiple of what an honest manifest of the size needs is
+// let through.
+
+#pragma once
+
+#include <boost/utility/string_view.hpp>
+#include <cstdint>
+
+#include "SignedDocument.h"
+
+namespace Norv::Corvane::Common {
+
+class WorkBudget {
+public:
+    // Keeps a view of the text.
+    explicit WorkBudget(boost::string_view text);
+
+    bool allowsParsing() const;
+
+    bool allowsVerification(const SignatureDemands& demands) const;
+
+private:
+    // Multiplies a budget per byte; short texts have a floor.
+    std::uint64_t scaled(std::uint64_t perByte) const;
+
+    boost::string_view text_;
+};
+
+}  // namespace Norv::Corvane::Common
