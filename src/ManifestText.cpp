@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <boost/algorithm/string/predicate.hpp>
+#include <cstdint>
 #include <cstring>
 #include <locale>
 #include <string_view>
@@ -10,9 +11,8 @@
 namespace Norv::Corvane::Common::ManifestText {
 namespace {
 
-// Length of the well-formed UTF-8 sequence at the start of `text`, 0 if there is none or XML does
-// not allow its character. Overlong forms, surrogates and values above U+10FFFF are not
-// well-formed; control characters, U+FFFE and U+FFFF are not allowed.
+// Length of the well-formed UTF-8 sequence at the start of `text`, 0 if there is none. Overlong
+// forms, surrogates and values above U+10FFFF are not well-formed; nor is U+0000 in XML.
 std::size_t sequenceLength(std::string_view text) {
     const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
     const unsigned char first = byte(0);
