@@ -59,3 +59,8 @@ if(NOT TESSARY_LIBRARY)
       For a device, configure with -DTESSARY_LIBRARY=/path/to/libtessary.so.\")"
         COMPONENT tessary-standin)
 endif()
+
+# Sources to start from.
+install(DIRECTORY examples/minimal examples/firmware-index examples/firmware-host
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/corvane_common/examples" COMPONENT dev
+    FILES_MATCHING PATTERN "*.cpp" PATTERN "*.h")
