@@ -188,6 +188,13 @@ TEST_F(FirmwareIndexFile, ReturnsNothingPartialWhenARecordLacksItsDigest) {
         std::out_of_range);
 }
 
+TEST_F(FirmwareIndexFile, CannotBeLoadedWithTextThatIsNoUtf8) {
+    Firmwares firmwares = example();
+    firmwares.firmwares[0].filename = "\xff";
+    Save(path(), firmwares);
+    EXPECT_THROW(Load(path()), boost::system::system_error);
+}
+
 TEST_F(FirmwareIndexFile, CanBeSavedAgainAfterALoadThrew) {
     EXPECT_TRUE(loadError("[").failed());
     Save(path(), example());

@@ -67,6 +67,11 @@ TEST(MacAddress, CountsAPairWhoseSecondCharacterIsNoDigit) {
     EXPECT_FALSE(MacAddress::parse("001a2b3c4dg5"));
 }
 
+TEST(MacAddress, ReadsASignBeforeABlankAsNoNumber) {
+    EXPECT_FALSE(MacAddress::parse("+ 0102030405"));
+    EXPECT_EQ(MacAddress::parse("+x0102030405"), (MacAddress{{0, 1, 2, 3, 4, 5}}));
+}
+
 TEST(MacAddress, FormatsInPairsWithColonsByDefault) {
     EXPECT_EQ(formatted("{}"), "00:1a:2b:3c:4d:5e");
     EXPECT_EQ(formatted("{:}"), "00:1a:2b:3c:4d:5e");

@@ -8,9 +8,10 @@
 // The file is shared between processes under an advisory lock (a POSIX record lock over the whole
 // file): writers exclude each other and readers, and everyone waits without a time limit. A save
 // empties the file before it has the lock, so a load that runs at that moment finds a truncated
-// document and throws; a later one succeeds. It never returns anything but a complete document
-// that one save wrote. Each call locks for itself: of two processes that load, change and save, one
-// can undo the other's change.
+// document and throws. Trying again helps, unless the saving process was killed: it leaves the file
+// as it is until the next save. A load never returns anything but a complete document that one save
+// wrote. Each call locks for itself: of two processes that load, change and save, one can undo the
+// other's change.
 //
 // The functions keep no state and may be called from any thread. Record locks belong to the
 // process, though: they do not exclude its own threads, and closing any descriptor of the file
