@@ -1,0 +1,1 @@
+"""What benchmarks/report and benchmarks/instructions are made of."""
