@@ -23,10 +23,12 @@ public:
 
 protected:
     void sink_it_(const spdlog::details::log_msg& message) override {
-        const char* const function = message.source.funcname;
+        const spdlog::source_loc& place = message.source;
         records_.push_back({message.level,
                             {message.payload.data(), message.payload.size()},
-                            function == nullptr ? "" : function});
+                            place.funcname == nullptr ? "" : place.funcname,
+                            place.filename == nullptr ? "" : place.filename,
+                            place.line});
     }
     void flush_() override {}
 

@@ -20,6 +20,9 @@ struct LogRecord {
     std::string message;
     // Unqualified name of the function that logged.
     std::string function;
+    // Where in the source that is. Not compared.
+    std::string file = {};
+    int line = 0;
 
     friend bool operator==(const LogRecord& a, const LogRecord& b) {
         return a.level == b.level && a.message == b.message && a.function == b.function;

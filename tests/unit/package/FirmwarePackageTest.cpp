@@ -1,6 +1,7 @@
 #include "Norv/Corvane/Common/FirmwarePackage.h"
 
 #include <gmock/gmock.h>
+#include <spdlog/spdlog.h>
 
 #include <boost/optional/optional_io.hpp>
 #include <stdexcept>
@@ -115,6 +116,33 @@ TEST_F(FirmwarePackageTest, LogsOnceWhyAPathCannotBeOpened) {
                                           "Faild to open " + file.native() + " (" + reason + ")",
                                           "Create"}));
     }
+}
+
+TEST_F(FirmwarePackageTest, LogsItsPlaceInTheSourceWhereverThatWasBuilt) {
+    EXPECT_FALSE(FirmwarePackage::Create(directory / "missing"));
+    const LogRecord record = log.records().at(0);
+    EXPECT_THAT(record.file, testing::EndsWith("src/FirmwarePackage.cpp"));
+    EXPECT_THAT(record.file, testing::Not(testing::StartsWith("/")));
+    EXPECT_GT(record.line, 0);
+}
+
+TEST_F(FirmwarePackageTest, FailsInSilenceForAHostWithoutALogger) {
+    const auto before = spdlog::default_logger();
+    spdlog::set_default_logger(nullptr);
+    EXPECT_FALSE(FirmwarePackage::Create(directory / "missing"));
+    spdlog::set_default_logger(before);
+    EXPECT_THAT(log.records(), IsEmpty());
+}
+
+TEST_F(FirmwarePackageTest, LogsNothingBelowTheLevelOfTheHost) {
+    spdlog::default_logger_raw()->set_level(spdlog::level::off);
+    EXPECT_FALSE(FirmwarePackage::Create(directory / "missing"));
+    EXPECT_THAT(log.allRecords(), IsEmpty());
+}
+
+TEST_F(FirmwarePackageTest, LogsBracesInAPathAsTheyAre) {
+    EXPECT_FALSE(FirmwarePackage::Create(directory / "{}{0}%s"));
+    EXPECT_THAT(log.records().at(0).message, testing::HasSubstr("/{}{0}%s ("));
 }
 
 TEST_F(FirmwarePackageTest, RefusesATruncatedPackage) {

@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 
 #include <boost/filesystem/operations.hpp>
-#include <boost/process/exception.hpp>
 #include <csignal>
 #include <cstdlib>
 #include <string>
