@@ -329,6 +329,17 @@ TEST_F(FirmwarePackageTest, ReturnsTheParsedManifest) {
     EXPECT_EQ(to_string(description->version), "1.2.3.4");
 }
 
+TEST_F(FirmwarePackageTest, ReadsTheManifestAsUtf8WhateverEncodingItDeclares) {
+    std::string text = R"(<?xml version="1.0" encoding="ISO-8859-1"?>)";
+    text += soundManifest;
+    text.insert(text.rfind("</"), "<SupportedHwRevs><HwRev Value=\"\xc3\xa4\"/></SupportedHwRevs>");
+    const FirmwarePackage package = packageOf({{manifestName, text}});
+    const Outcome outcome = package.validateAndGetFirmwareDescription(StubValidator(true));
+    const auto* const description = boost::get<FirmwareDescription>(&outcome);
+    ASSERT_NE(description, nullptr);
+    EXPECT_THAT(description->supportedHwRevs, ElementsAre("\xc3\xa4"));
+}
+
 TEST_F(FirmwarePackageTest, StaysUsableAfterAFailure) {
     const FirmwarePackage package = packageOf({{manifestName, soundManifest}, {"app", "data"}});
     EXPECT_EQ(errorOf(package, StubValidator(false)), ValidationError::InvalidSignature);
