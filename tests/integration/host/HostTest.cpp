@@ -38,6 +38,18 @@ TEST_F(Host, InstallsAPackageWithPlainProgressLines) {
     EXPECT_EQ(readFile(target / "setup/greeting"), "hello\n");
 }
 
+TEST_F(Host, CountsInBinaryUnits) {
+    const auto summary = [this](std::size_t length) {
+        const auto package =
+            PackageBuilder().firmware("a", std::string(length, 'a')).build(directory);
+        const std::string out = run(command(package)).out;
+        return out.substr(0, out.find('\n')).substr(package.string().size());
+    };
+    EXPECT_EQ(summary(1023), ": QA01RTVN, version 1.2.3.4, 1 file, 1023 B");
+    EXPECT_EQ(summary(1024), ": QA01RTVN, version 1.2.3.4, 1 file, 1.0 KiB");
+    EXPECT_EQ(summary(1 << 20), ": QA01RTVN, version 1.2.3.4, 1 file, 1.0 MiB");
+}
+
 TEST_F(Host, ShowsInformationalLogLinesOnRequest) {
     const auto package = PackageBuilder().firmware("app", "a").build(directory);
     EXPECT_EQ(run(command(package, {"--verbose"})).err,
