@@ -17,17 +17,18 @@ constexpr std::uint64_t memoryPerByte = 32;
 constexpr std::uint64_t bytesPerNode = 160;
 constexpr std::uint64_t shortText = std::uint64_t{1} << 20;
 
-struct Work {
-    std::uint64_t steps;
-    // Size of a tree that is built from the document's canonical form.
-    std::uint64_t treeBytes;
-};
-
 // The name before an attribute's value. In front of it stands a blank, and whatever came before.
 std::string_view attributeName(std::string_view text) {
-    constexpr const char* blanks = " \t\r\n";
-    text = text.substr(0, text.find_last_not_of(" \t\r\n=") + 1);
-    return text.substr(text.find_last_of(blanks) + 1);
+    const auto isBlank = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
+    std::size_t end = text.size();
+    while (end > 0 && (isBlank(text[end - 1]) || text[end - 1] == '=')) {
+        --end;
+    }
+    std::size_t begin = end;
+    while (begin > 0 && !isBlank(text[begin - 1])) {
+        --begin;
+    }
+    return text.substr(begin, end - begin);
 }
 
 // Walks over the markup of a text. On text that is not well-formed it may lose its way, which does
@@ -37,7 +38,7 @@ public:
     // Each element is looked at as if it declared `prefixes` namespaces more.
     Scanner(std::string_view text, std::uint64_t prefixes) : rest_(text), prefixes_(prefixes) {}
 
-    Work run() {
+    WorkBudget::Work run() {
         while (skipPast("<")) {
             if (accept("!--")) {
                 skipPast("-->");
@@ -133,7 +134,7 @@ private:
         }
     }
 
-    Work total() const {
+    WorkBudget::Work total() const {
         // Each search among ancestors is one among the top-level nodes too.
         const std::uint64_t searches = flatSteps_ + deepSteps_ * (1 + instructionsOutside_);
         // Names are compared from the start, and what is written out may repeat a namespace.
@@ -153,20 +154,20 @@ private:
     std::uint64_t longest_ = 0;
 };
 
-Work workOn(boost::string_view text, std::uint64_t prefixes) {
+WorkBudget::Work workOn(boost::string_view text, std::uint64_t prefixes) {
     return Scanner({text.data(), text.size()}, prefixes).run();
 }
 
 }  // namespace
 
-WorkBudget::WorkBudget(boost::string_view text) : text_(text) {}
+WorkBudget::WorkBudget(boost::string_view text) : text_(text), usual_(workOn(text, 0)) {}
 
 bool WorkBudget::allowsParsing() const {
-    return workOn(text_, 0).steps <= scaled(stepsPerByte);
+    return usual_.steps <= scaled(stepsPerByte);
 }
 
 bool WorkBudget::allowsVerification(const SignatureDemands& demands) const {
-    const Work work = workOn(text_, demands.listedPrefixes);
+    const Work work = demands.listedPrefixes == 0 ? usual_ : workOn(text_, demands.listedPrefixes);
     const std::uint64_t pass = work.steps + stepsPerPassedByte * text_.size();
     return pass <= scaled(stepsPerByte) / demands.passes &&
            (demands.rebuiltTrees == 0 ||

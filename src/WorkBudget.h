@@ -19,7 +19,13 @@ namespace Norv::Corvane::Common {
 
 class WorkBudget {
 public:
-    // Keeps a view of the text.
+    struct Work {
+        std::uint64_t steps;
+        // Size of a tree that is built from the document's canonical form.
+        std::uint64_t treeBytes;
+    };
+
+    // Counts the markup, in time proportional to the text. Keeps a view of it.
     explicit WorkBudget(boost::string_view text);
 
     bool allowsParsing() const;
@@ -31,6 +37,8 @@ private:
     std::uint64_t scaled(std::uint64_t perByte) const;
 
     boost::string_view text_;
+    // For a signature that treats no namespace prefix specially, as nearly all of them.
+    Work usual_;
 };
 
 }  // namespace Norv::Corvane::Common
