@@ -37,7 +37,7 @@ if(CMAKE_CROSSCOMPILING)
     # dpkg-shlibdeps looks into the package database of the machine it runs on. The names are those
     # of the native packages.
     set(corvane_libraries
-        "libc6, libstdc++6, libgcc-s1, libfmt9, libspdlog1.10, libpugixml1v5, libzip4, libxml2, libxmlsec1, libxmlsec1-openssl, libssl3, libboost-filesystem1.81.0, libboost-json1.81.0")
+        "libc6, libstdc++6, libgcc-s1, libfmt9, libspdlog1.10-fmt9, libpugixml1v5, libzip4, libxml2, libxmlsec1, libxmlsec1-openssl, libssl3, libboost-filesystem1.81.0, libboost-json1.81.0")
     set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "${corvane_libraries}")
     set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${corvane_libraries}")
 else()
