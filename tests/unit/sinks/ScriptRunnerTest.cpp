@@ -237,6 +237,11 @@ TEST_F(ScriptRunnerTest, PassesOnlyThePartBeforeABlankToTheShell) {
     EXPECT_FALSE(ran());
 }
 
+TEST_F(ScriptRunnerTest, DoesNotSplitAPathAtABlankBetweenDoubleQuotes) {
+    EXPECT_TRUE(run(leaveMark(), "a\"b c\"d/Script.run"));
+    EXPECT_TRUE(ran());
+}
+
 TEST_F(ScriptRunnerTest, LetsNoShellInterpretThePath) {
     EXPECT_TRUE(run(leaveMark(), "$(exit)`exit`;&|'*Script.run"));
     EXPECT_TRUE(ran());
