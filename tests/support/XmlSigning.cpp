@@ -2,6 +2,7 @@
 
 #include <libxml/parser.h>
 #include <xmlsec/openssl/app.h>
+#include <xmlsec/openssl/crypto.h>
 #include <xmlsec/xmldsig.h>
 #include <xmlsec/xmltree.h>
 
@@ -57,6 +58,34 @@ std::string replaceAll(std::string text, const std::string& from, const std::str
     return text;
 }
 
+// Takes the key over.
+std::string fill(const std::string& xml, xmlSecKey* key) {
+    const ContextPtr context(xmlSecDSigCtxCreate(nullptr));
+    context->signKey = key;
+    const DocumentPtr document(xmlReadMemory(xml.data(), static_cast<int>(xml.size()), nullptr,
+                                             nullptr, XML_PARSE_NONET | XML_PARSE_NOERROR));
+    xmlNode* const signature = document ? xmlSecFindNode(xmlDocGetRootElement(document.get()),
+                                                         xmlSecNodeSignature, xmlSecDSigNs)
+                                        : nullptr;
+    if (signature == nullptr) {
+        throw std::runtime_error("nothing to sign");
+    }
+    if (key == nullptr || xmlSecDSigCtxSign(context.get(), signature) < 0) {
+        throw std::runtime_error("signing failed");
+    }
+    std::vector<std::string> digests;
+    std::vector<std::string> signatures;
+    collect(signature->children, xmlSecNodeDigestValue, digests);
+    collect(signature->children, xmlSecNodeSignatureValue, signatures);
+    std::string signedXml = xml;
+    std::size_t at = 0;
+    for (const std::string& digest : digests) {
+        at = fill(signedXml, at, "DigestValue", digest);
+    }
+    fill(signedXml, at, "SignatureValue", signatures.at(0));
+    return signedXml;
+}
+
 }  // namespace
 
 std::string SignatureForm::text() const {
@@ -87,33 +116,16 @@ std::string SignatureForm::text() const {
 }
 
 std::string fillSignature(const std::string& xml, const TestKey& key) {
-    const DocumentPtr document(xmlReadMemory(xml.data(), static_cast<int>(xml.size()), nullptr,
-                                             nullptr, XML_PARSE_NONET | XML_PARSE_NOERROR));
-    xmlNode* const signature = document ? xmlSecFindNode(xmlDocGetRootElement(document.get()),
-                                                         xmlSecNodeSignature, xmlSecDSigNs)
-                                        : nullptr;
-    const ContextPtr context(xmlSecDSigCtxCreate(nullptr));
-    if (signature == nullptr || !context) {
-        throw std::runtime_error("nothing to sign");
-    }
-    context->signKey =
-        xmlSecOpenSSLAppKeyLoadMemory(reinterpret_cast<const xmlSecByte*>(key.keyPem.data()),
-                                      static_cast<xmlSecSize>(key.keyPem.size()),
-                                      xmlSecKeyDataFormatPem, nullptr, nullptr, nullptr);
-    if (context->signKey == nullptr || xmlSecDSigCtxSign(context.get(), signature) < 0) {
-        throw std::runtime_error("signing failed");
-    }
-    std::vector<std::string> digests;
-    std::vector<std::string> signatures;
-    collect(signature->children, xmlSecNodeDigestValue, digests);
-    collect(signature->children, xmlSecNodeSignatureValue, signatures);
-    std::string signedXml = xml;
-    std::size_t at = 0;
-    for (const std::string& digest : digests) {
-        at = fill(signedXml, at, "DigestValue", digest);
-    }
-    fill(signedXml, at, "SignatureValue", signatures.at(0));
-    return signedXml;
+    return fill(
+        xml, xmlSecOpenSSLAppKeyLoadMemory(reinterpret_cast<const xmlSecByte*>(key.keyPem.data()),
+                                           static_cast<xmlSecSize>(key.keyPem.size()),
+                                           xmlSecKeyDataFormatPem, nullptr, nullptr, nullptr));
+}
+
+std::string fillSignature(const std::string& xml, const std::string& secret) {
+    return fill(xml, xmlSecKeyReadMemory(xmlSecOpenSSLKeyDataHmacId,
+                                         reinterpret_cast<const xmlSecByte*>(secret.data()),
+                                         static_cast<xmlSecSize>(secret.size())));
 }
 
 std::string signAs(const std::string& xml, const SignatureForm& form, const TestKey& key) {

@@ -56,6 +56,8 @@ struct SignatureForm {
 // Fills in the empty values of the first signature element in the text. Every other byte stays.
 // Throws `std::runtime_error` when that cannot be.
 std::string fillSignature(const std::string& xml, const TestKey& key);
+// With a shared secret, for the HMAC methods.
+std::string fillSignature(const std::string& xml, const std::string& secret);
 
 // Puts the signature before the end tag of the root element and fills it in.
 std::string signAs(const std::string& xml, const SignatureForm& form, const TestKey& key);

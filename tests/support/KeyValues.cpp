@@ -1,0 +1,73 @@
+#include "KeyValues.h"
+
+#include <openssl/bio.h>
+#include <openssl/bn.h>
+#include <openssl/core_names.h>
+#include <openssl/evp.h>
+#include <openssl/pem.h>
+#include <openssl/x509.h>
+
+#include <memory>
+#include <stdexcept>
+
+namespace Norv::Corvane::Test {
+namespace {
+
+using KeyPtr = std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)>;
+
+KeyPtr load(const TestKey& key) {
+    const std::unique_ptr<BIO, decltype(&BIO_free)> pem(
+        BIO_new_mem_buf(key.keyPem.data(), static_cast<int>(key.keyPem.size())), BIO_free);
+    KeyPtr loaded(PEM_read_bio_PrivateKey(pem.get(), nullptr, nullptr, nullptr), EVP_PKEY_free);
+    if (!loaded) {
+        throw std::runtime_error("no key");
+    }
+    return loaded;
+}
+
+std::string numberOf(const EVP_PKEY* key, const char* name) {
+    BIGNUM* found = nullptr;
+    if (EVP_PKEY_get_bn_param(key, name, &found) != 1) {
+        throw std::runtime_error("not an RSA key");
+    }
+    const std::unique_ptr<BIGNUM, decltype(&BN_free)> number(found, BN_free);
+    std::string bytes(static_cast<std::size_t>(BN_num_bytes(number.get())), '\0');
+    BN_bn2bin(number.get(), reinterpret_cast<unsigned char*>(&bytes[0]));
+    return bytes;
+}
+
+}  // namespace
+
+std::string base64(const std::string& bytes) {
+    std::string text(bytes.size() / 3 * 4 + 5, '\0');
+    const int length = EVP_EncodeBlock(reinterpret_cast<unsigned char*>(&text[0]),
+                                       reinterpret_cast<const unsigned char*>(bytes.data()),
+                                       static_cast<int>(bytes.size()));
+    text.resize(static_cast<std::size_t>(length));
+    return text;
+}
+
+std::string publicKeyDer(const TestKey& key) {
+    unsigned char* der = nullptr;
+    const int length = i2d_PUBKEY(load(key).get(), &der);
+    if (length <= 0) {
+        throw std::runtime_error("no public key");
+    }
+    const std::string bytes(reinterpret_cast<char*>(der), static_cast<std::size_t>(length));
+    OPENSSL_free(der);
+    return bytes;
+}
+
+std::string rsaKeyValue(const TestKey& key) {
+    const KeyPtr loaded = load(key);
+    return "<RSAKeyValue><Modulus>" + base64(numberOf(loaded.get(), OSSL_PKEY_PARAM_RSA_N)) +
+           "</Modulus><Exponent>" + base64(numberOf(loaded.get(), OSSL_PKEY_PARAM_RSA_E)) +
+           "</Exponent></RSAKeyValue>";
+}
+
+std::string hmacKeyValue(const std::string& secret) {
+    return "<h:HMACKeyValue xmlns:h=\"http://www.aleksey.com/xmlsec/2002\">" + base64(secret) +
+           "</h:HMACKeyValue>";
+}
+
+}  // namespace Norv::Corvane::Test
