@@ -87,6 +87,8 @@ pid_t fork() {
     const bool halted = halts("fork");
     const pid_t child = realFork();
     if (child == 0 && halted) {
+        // What the child becomes is to make its own calls and no others.
+        unsetenv("LD_PRELOAD");
         halt();
     }
     return child;
