@@ -41,7 +41,8 @@ protected:
 
     void fillWithBytes() {
         std::ofstream stream((target() / "filler").native(), std::ios::binary);
-        while (stream.write("x", 1).flush()) {
+        const std::string page(4096, 'x');
+        while (stream.write(page.data(), static_cast<std::streamsize>(page.size())).flush()) {
         }
     }
 
