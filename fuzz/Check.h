@@ -1,0 +1,13 @@
+// What a fuzz target does about a broken promise: ends the process, so that the input is kept.
+
+#pragma once
+
+#include <cstdio>
+#include <cstdlib>
+
+inline void require(bool kept, const char* promise) {
+    if (!kept) {
+        std::fprintf(stderr, "broken promise: %s\n", promise);
+        std::abort();
+    }
+}
