@@ -13,20 +13,26 @@ double secondsOf(clockid_t clock) {
     return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
 }
 
-double medianOf(const std::vector<Cost>& costs, double Cost::*field) {
+double medianCpu(const std::vector<Cost>& costs) {
     std::vector<double> values;
     for (const Cost& cost : costs) {
-        values.push_back(cost.*field);
+        values.push_back(cost.cpu);
     }
     return median(std::move(values));
 }
 
-double medianRatio(const std::vector<Cost>& a, const std::vector<Cost>& b, double Cost::*field) {
+double medianCpuRatio(const std::vector<Cost>& a, const std::vector<Cost>& b) {
     std::vector<double> ratios;
     for (std::size_t i = 0; i < a.size(); ++i) {
-        ratios.push_back(a[i].*field / b[i].*field);
+        ratios.push_back(a[i].cpu / b[i].cpu);
     }
     return median(std::move(ratios));
+}
+
+double fastest(const std::vector<Cost>& costs) {
+    const auto least = std::min_element(
+        costs.begin(), costs.end(), [](const Cost& a, const Cost& b) { return a.wall < b.wall; });
+    return least->wall;
 }
 
 }  // namespace
@@ -61,12 +67,14 @@ Cost Comparison::runPair(const std::function<void()>& prepare, const std::functi
 }
 
 void Comparison::report(benchmark::State& state) const {
-    state.counters["ours_cpu"] = medianOf(ours_, &Cost::cpu);
-    state.counters["ours_wall"] = medianOf(ours_, &Cost::wall);
-    state.counters["floor_cpu"] = medianOf(floor_, &Cost::cpu);
-    state.counters["floor_wall"] = medianOf(floor_, &Cost::wall);
-    state.counters["cpu_ratio"] = medianRatio(ours_, floor_, &Cost::cpu);
-    state.counters["wall_ratio"] = medianRatio(ours_, floor_, &Cost::wall);
+    state.counters["ours_cpu"] = medianCpu(ours_);
+    state.counters["floor_cpu"] = medianCpu(floor_);
+    state.counters["cpu_ratio"] = medianCpuRatio(ours_, floor_);
+    const double ours = fastest(ours_);
+    const double floor = fastest(floor_);
+    state.counters["ours_wall"] = ours;
+    state.counters["floor_wall"] = floor;
+    state.counters["wall_ratio"] = ours / floor;
 }
 
 }  // namespace Norv::Corvane::Benchmarks

@@ -1,7 +1,6 @@
 // Two ways of doing the same work, measured against each other.
 //
 // The two run in turns within one process, so that what else the machine does meets both alike.
-// What is reported are medians; the ratio is the median of the ratios of neighbouring runs.
 
 #pragma once
 
@@ -30,7 +29,9 @@ public:
     Cost runPair(const std::function<void()>& prepare, const std::function<Cost()>& ours,
                  const std::function<Cost()>& floor);
 
-    // Counters ours_cpu, ours_wall, floor_cpu, floor_wall (seconds), cpu_ratio, wall_ratio.
+    // Counters ours_cpu and floor_cpu (medians, in seconds); cpu_ratio, the median of the ratios of
+    // neighbouring runs; ours_wall, floor_wall and wall_ratio of the fastest run of each, since
+    // waiting for a processor that others use says nothing about either.
     void report(benchmark::State& state) const;
 
 private:

@@ -115,12 +115,12 @@ void installMany(benchmark::State& state) {
 BENCHMARK(installLarge)
     ->Arg(0)
     ->Arg(1)
-    ->Iterations(9)
+    ->Iterations(15)
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);
 BENCHMARK(installMany)->Arg(100)->Iterations(401)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(installMany)->Arg(1000)->Iterations(61)->UseManualTime()->Unit(benchmark::kMillisecond);
-BENCHMARK(installMany)->Arg(10000)->Iterations(15)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(installMany)->Arg(10000)->Iterations(21)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace Norv::Corvane::Benchmarks

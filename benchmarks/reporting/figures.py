@@ -16,6 +16,8 @@ class Figures:
     processes: dict
     # {bytes: KiB}
     memory: dict
+    # {number of files: KiB}
+    memory_of_many: dict
     instructions: dict
     baseline: dict = field(default_factory=dict)
 

@@ -5,7 +5,7 @@ import statistics
 import subprocess
 from dataclasses import dataclass
 
-from .packages import MEGABYTE, PackageBuilder, clean_environment, scratch_directory
+from .packages import MEGABYTE, PackageBuilder, clean_environment, payload_bytes, scratch_directory
 
 MEMORY_SIZES = (20 * MEGABYTE, 200 * MEGABYTE, 2000 * MEGABYTE)
 
@@ -66,6 +66,10 @@ def compare_with_script(build, rounds):
     return result
 
 
+def largest_peak(installation):
+    return max(installation.measure(installation.host).peak for _ in range(3))
+
+
 def peak_memory(build):
     """Largest peak of three runs of the host in KiB, by payload size in bytes."""
     peaks = {}
@@ -73,6 +77,18 @@ def peak_memory(build):
         with scratch_directory(3 * size) as directory:
             builder = PackageBuilder(build, directory)
             package = builder.large("package.zip", size, deflate=False)
-            installation = Installation(build, directory, package, builder.signer)
-            peaks[size] = max(installation.measure(installation.host).peak for _ in range(3))
+            peaks[size] = largest_peak(Installation(build, directory, package, builder.signer))
+    return peaks
+
+
+def peak_memory_of_many(build):
+    """The same by number of files."""
+    peaks = {}
+    for count in (1000, 10000):
+        with scratch_directory() as directory:
+            builder = PackageBuilder(build, directory)
+            content = payload_bytes(1024, seed=1)
+            package = builder.build("package.zip", [(content, f"part-{i // 100}/file-{i}")
+                                                    for i in range(count)])
+            peaks[count] = largest_peak(Installation(build, directory, package, builder.signer))
     return peaks
