@@ -13,6 +13,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <optional>
@@ -40,10 +41,12 @@ struct NORV_EXPORT MacAddress {
 
 }  // namespace Norv::Ombrel::Project
 
+namespace fmt {
+
 template <>
-struct fmt::formatter<Norv::Ombrel::Project::MacAddress> {
+struct formatter<Norv::Ombrel::Project::MacAddress> {
     // Accepts "", "h" and "c".
-    constexpr auto parse(fmt::format_parse_context& context) {
+    constexpr auto parse(format_parse_context& context) {
         auto at = context.begin();
         const auto atEnd = [&] { return at == context.end() || *at == '}'; };
         if (atEnd()) {
@@ -59,9 +62,21 @@ struct fmt::formatter<Norv::Ombrel::Project::MacAddress> {
 
     template <typename FormatContext>
     auto format(const Norv::Ombrel::Project::MacAddress& mac, FormatContext& context) const {
-        return fmt::format_to(context.out(), "{:02x}", fmt::join(mac.bytes, separator_));
+        // By hand: formatting the octets would take fmt's whole machinery into every user's code.
+        constexpr const char* digits = "0123456789abcdef";
+        auto out = context.out();
+        std::string_view separator;
+        for (const std::uint8_t octet : mac.bytes) {
+            out = std::copy(separator.begin(), separator.end(), out);
+            *out++ = digits[octet >> 4];
+            *out++ = digits[octet & 0xf];
+            separator = separator_;
+        }
+        return out;
     }
 
 private:
     std::string_view separator_ = ":";
 };
+
+}  // namespace fmt
