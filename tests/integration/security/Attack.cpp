@@ -4,6 +4,7 @@
 
 #include <boost/optional/optional_io.hpp>
 
+#include "HostState.h"
 #include "ManifestReading.h"
 #include "Norv/Corvane/Common/ErrorCodes.h"
 #include "Norv/Corvane/Common/FirmwarePackage.h"
@@ -50,7 +51,9 @@ TEST_P(AttackTest, IsRefused) {
     ASSERT_NE(manifest, honestManifest());
 
     const LogCapture log;
+    HostState host;
     EXPECT_NE(validator.ValidateSignature(manifest), true) << manifest;
+    EXPECT_EQ(host.changes(), "");
 
     const auto package =
         Common::FirmwarePackage::Create(PackageBuilder().manifestText(manifest).build(directory));

@@ -9,11 +9,15 @@ namespace {
 
 // In the encoding, `open` and `close` begin and end a comment; in ASCII they are odd text. So the
 // evil manifest is there for whoever does not know the encoding, and the honest one for the others.
+// A plus sign of the honest one is written as `plus`.
 Attack hiddenIn(const std::string& name, const std::string& encoding, const std::string& open,
-                const std::string& close) {
+                const std::string& close, const std::string& plus = "+") {
     return {name, [=] {
-                const std::string& honest = honestManifest();
-                std::string evil = evilManifest();
+                std::string honest;
+                for (const char c : honestManifest()) {
+                    honest += c == '+' ? plus : std::string(1, c);
+                }
+                std::string evil = withContent(evilManifest(), "Files", evilFile);
                 evil = evil.substr(evil.find("<FirmwareDescription"));
                 return insertedBefore(declaredAs(honest, encoding), "<FirmwareDescription",
                                       open + evil + close);
@@ -42,10 +46,11 @@ Attack encoded(const std::string& name, const std::function<std::string(std::str
 INSTANTIATE_TEST_SUITE_P(
     Encoding, AttackTest,
     testing::Values(
-        hiddenIn("CommentInUtf7", "UTF-7", "+ADwAIQAtAC0-", "+AC0ALQA+-"),
-        hiddenIn("CommentInLowerCaseUtf7", "utf-7", "+ADwAIQAtAC0-", "+AC0ALQA+-"),
-        hiddenIn("CommentInUnicode11Utf7", "UNICODE-1-1-UTF-7", "+ADwAIQAtAC0-", "+AC0ALQA+-"),
-        hiddenIn("CommentInImapUtf7", "UTF-7-IMAP", "&ADwAIQAtAC0-", "&AC0ALQA+-"),
+        hiddenIn("CommentInUtf7", "UTF-7", "+ADwAIQAtAC0-", "+AC0ALQA+-", "+-"),
+        hiddenIn("CommentInLowerCaseUtf7", "utf-7", "+ADwAIQAtAC0-", "+AC0ALQA+-", "+-"),
+        hiddenIn("CommentInUnicode11Utf7", "UNICODE-1-1-UTF-7", "+ADwAIQAtAC0-", "+AC0ALQA+-",
+                 "+-"),
+        hiddenIn("CommentInImapUtf7", "UTF-7-IMAP", "&ADwAIQAtAC0-", "&AC0ALQA+-", "+"),
         hiddenIn("CommentInHz", "HZ", "<!--~{", "~}-->"),
         hiddenIn("CommentInIso2022Jp", "ISO-2022-JP", "<!--\x1B$B", "\x1B(B-->"),
         hiddenIn("CommentInIso2022Kr", "ISO-2022-KR", "<!--\x0E", "\x0F-->"),

@@ -1,0 +1,355 @@
+// What an honest maker of manifests may do: everything here is signed by the trusted key over the
+// whole manifest, and has to be accepted and read as it was meant.
+
+#include <gmock/gmock.h>
+
+#include <boost/optional/optional_io.hpp>
+
+#include "Attack.h"
+#include "HostState.h"
+#include "KeyValues.h"
+#include "ManifestMutations.h"
+#include "ManifestReading.h"
+#include "PackageBuilder.h"
+
+namespace Norv::Corvane::Test {
+namespace {
+
+// Not an attack, but made the same way.
+struct Variant : Attack {
+    // Null for RSA.
+    const TestKey& (*key)() = rsaKey;
+};
+
+std::string nameOfVariant(const testing::TestParamInfo<Variant>& info) {
+    return info.param.name;
+}
+
+std::string unsignedManifest() {
+    return withoutElement(honestManifest(), "Signature");
+}
+
+class HonestVariant : public testing::TestWithParam<Variant> {};
+
+TEST_P(HonestVariant, IsAccepted) {
+    const TestKey& key = GetParam().key();
+    const TemporaryDirectory directory;
+    const KeyFiles keys = writeKey(key, directory);
+    Common::FirmwareDescriptionValidator validator;
+    ASSERT_FALSE(validator.Open(keys.certificate));
+    const std::string manifest = GetParam().manifest();
+
+    const LogCapture log;
+    HostState host;
+    ASSERT_EQ(validator.ValidateSignature(manifest), true)
+        << testing::PrintToString(log.allRecords()) << manifest.substr(0, 5000);
+    EXPECT_EQ(host.changes(), "");
+    EXPECT_THAT(log.records(), testing::IsEmpty());
+    EXPECT_EQ(readingOf(manifest), signedReadingOf(manifest, key));
+    EXPECT_THAT(readingOf(manifest), testing::HasSubstr("1.2.3.4"));
+}
+
+Variant form(const std::string& name, const std::function<void(SignatureForm&)>& edit,
+             const TestKey& (*key)() = rsaKey) {
+    return {{name,
+             [=] {
+                 SignatureForm form;
+                 edit(form);
+                 return signAs(unsignedManifest(), form, key());
+             }},
+            key};
+}
+
+Variant methods(const std::string& name, const std::string& method, const std::string& digest,
+                const TestKey& (*key)() = rsaKey) {
+    const auto edit = [=](SignatureForm& form) {
+        form.method = method;
+        form.references[0].digest = digest;
+    };
+    return form(name, edit, key);
+}
+
+Variant canonicalisation(const std::string& name, const std::string& algorithm) {
+    return form(name, [=](SignatureForm& form) {
+        form.canonicalisation = algorithm;
+        form.references[0].transforms[1] = algorithm;
+    });
+}
+
+Variant transforms(const std::string& name, const std::vector<std::string>& list) {
+    return form(name, [=](SignatureForm& form) { form.references[0].transforms = list; });
+}
+
+Variant keyInfo(const std::string& name, const std::function<std::string()>& content) {
+    return {{name, [=] { return withKeyInfo(honestManifest(), content()); }}};
+}
+
+// The maker writes the text in another way before signing it.
+Variant written(const std::string& name, const std::function<std::string(std::string)>& write) {
+    return {{name, [=] { return signAs(write(unsignedManifest()), {}, rsaKey()); }}};
+}
+
+// Somebody on the way changes what the signature does not cover.
+Variant handled(const std::string& name, const std::function<std::string(std::string)>& change) {
+    return {{name, [=] { return change(honestManifest()); }}};
+}
+
+std::string everywhere(std::string text, const std::string& from, const std::string& to) {
+    for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
+        text.replace(at, from.size(), to);
+    }
+    return text;
+}
+
+const std::string more = "http://www.w3.org/2001/04/xmldsig-more#";
+
+INSTANTIATE_TEST_SUITE_P(
+    Algorithms, HonestVariant,
+    testing::Values(
+        methods("RsaSha1", Algorithm::rsaSha1, Algorithm::sha1),
+        methods("RsaSha224", more + "rsa-sha224", Algorithm::sha224),
+        methods("RsaSha256", Algorithm::rsaSha256, Algorithm::sha256),
+        methods("RsaSha384", more + "rsa-sha384", Algorithm::sha384),
+        methods("RsaSha512", more + "rsa-sha512", Algorithm::sha512),
+        methods("RsaSha256WithSha1Digest", Algorithm::rsaSha256, Algorithm::sha1),
+        methods("EcdsaSha1", more + "ecdsa-sha1", Algorithm::sha1, ecKey),
+        methods("EcdsaSha224", more + "ecdsa-sha224", Algorithm::sha224, ecKey),
+        methods("EcdsaSha256", Algorithm::ecdsaSha256, Algorithm::sha256, ecKey),
+        methods("EcdsaSha384", more + "ecdsa-sha384", Algorithm::sha384, ecKey),
+        methods("EcdsaSha512", more + "ecdsa-sha512", Algorithm::sha512, ecKey),
+        canonicalisation("Inclusive", Algorithm::inclusive),
+        canonicalisation("InclusiveWithComments", Algorithm::inclusiveWithComments),
+        canonicalisation("Inclusive11", Algorithm::inclusive11),
+        canonicalisation("Inclusive11WithComments", Algorithm::inclusive11WithComments),
+        canonicalisation("Exclusive", Algorithm::exclusive),
+        canonicalisation("ExclusiveWithComments", Algorithm::exclusiveWithComments),
+        transforms("EnvelopedOnly", {Algorithm::enveloped}),
+        transforms("CanonicalisedTwice",
+                   {Algorithm::enveloped, Algorithm::exclusive, Algorithm::inclusive}),
+        transforms("ListedPrefixes",
+                   {Algorithm::enveloped,
+                    "Algorithm=\"" + Algorithm::exclusive + "\"><i:InclusiveNamespaces xmlns:i=\"" +
+                        Algorithm::exclusive + "\" PrefixList=\"xsi xsd #default ds\"/>"}),
+        form("SignaturePrefix", [](SignatureForm& form) { form.prefix = "ds"; }),
+        form("TwoReferences",
+             [](SignatureForm& form) { form.references.push_back(form.references[0]); }),
+        form("ReferenceWithoutUri", [](SignatureForm& form) { form.references[0].uri = ""; }),
+        form("ReferenceWithIdAndType",
+             [](SignatureForm& form) { form.references[0].uri = " Id=\"r\" Type=\"t\" URI=\"\""; }),
+        form("ObjectInTheSignature",
+             [](SignatureForm& form) { form.objects = "<Object><x>signed at noon</x></Object>"; })),
+    nameOfVariant);
+
+INSTANTIATE_TEST_SUITE_P(
+    KeyInfo, HonestVariant,
+    testing::Values(
+        keyInfo("Empty", [] { return std::string(); }),
+        keyInfo("Name", [] { return std::string("<KeyName>release key</KeyName>"); }),
+        keyInfo("OwnCertificate",
+                [] {
+                    return "<X509Data><X509Certificate>" + base64Of(rsaKey().certificatePem) +
+                           "</X509Certificate></X509Data>";
+                }),
+        keyInfo("OtherCertificate",
+                [] {
+                    return "<X509Data><X509Certificate>" + base64Of(strangerKey().certificatePem) +
+                           "</X509Certificate></X509Data>";
+                }),
+        keyInfo("SubjectName",
+                [] {
+                    return std::string(
+                        "<X509Data><X509SubjectName>CN=release</X509SubjectName>"
+                        "</X509Data>");
+                }),
+        keyInfo("IssuerAndSerial",
+                [] {
+                    return std::string(
+                        "<X509Data><X509IssuerSerial><X509IssuerName>CN=x"
+                        "</X509IssuerName><X509SerialNumber>1</X509SerialNumber>"
+                        "</X509IssuerSerial></X509Data>");
+                }),
+        keyInfo("KeyValue", [] { return "<KeyValue>" + rsaKeyValue(rsaKey()) + "</KeyValue>"; }),
+        keyInfo("OtherKeyValue",
+                [] { return "<KeyValue>" + rsaKeyValue(strangerKey()) + "</KeyValue>"; }),
+        keyInfo("DamagedCertificate",
+                [] {
+                    return std::string(
+                        "<X509Data><X509Certificate>AAAA</X509Certificate>"
+                        "</X509Data>");
+                }),
+        keyInfo("RetrievalMethod",
+                [] { return std::string("<RetrievalMethod URI=\"file:///none\"/>"); }),
+        keyInfo("ElementOfTheMakersOwn",
+                [] { return std::string("<m:Key xmlns:m=\"urn:maker\">7</m:Key>"); }),
+        keyInfo("Text", [] { return std::string("release key"); })),
+    nameOfVariant);
+
+INSTANTIATE_TEST_SUITE_P(
+    Writing, HonestVariant,
+    testing::Values(
+        written("CarriageReturns",
+                [](const std::string& text) { return everywhere(text, "\n", "\r\n"); }),
+        written("ByteOrderMark", [](const std::string& text) { return "\xEF\xBB\xBF" + text; }),
+        written("NoDeclaration",
+                [](const std::string& text) { return text.substr(text.find("<Firm")); }),
+        written("LowerCaseEncoding",
+                [](const std::string& text) { return declaredAs(text, "utf-8"); }),
+        written("DeclaredAscii",
+                [](const std::string& text) { return declaredAs(text, "US-ASCII"); }),
+        written("DeclaredLatin1OfAscii",
+                [](const std::string& text) { return declaredAs(text, "ISO-8859-1"); }),
+        written("DeclaredWindows1252OfAscii",
+                [](const std::string& text) { return declaredAs(text, "windows-1252"); }),
+        written("SingleQuotesAndStandalone",
+                [](const std::string& text) {
+                    return "<?xml version='1.0' encoding='UTF-8' standalone='yes'?>\n" +
+                           text.substr(text.find("<Firm"));
+                }),
+        written("SingleQuotedValues",
+                [](const std::string& text) {
+                    const std::size_t body = text.find("<Firm");
+                    return text.substr(0, body) + everywhere(text.substr(body), "\"", "'");
+                }),
+        written("OneLine", [](const std::string& text) { return everywhere(text, "\n", ""); }),
+        written("Comments",
+                [](const std::string& text) {
+                    return insertedBefore(insertedAfter(text, "<Files>", "<!-- files -->"), "<Firm",
+                                          "<!-- made by the maker -->\n");
+                }),
+        written("DocumentTypeInAComment",
+                [](const std::string& text) {
+                    return insertedBefore(text, "<Firm", "<!-- <!DOCTYPE x> -->");
+                }),
+        written("StyleSheetInstruction",
+                [](const std::string& text) {
+                    return insertedBefore(text, "<Firm",
+                                          "<?xml-stylesheet href=\"x\" encoding=\"UTF-7\"?>");
+                }),
+        written("LettersOfOtherAlphabets",
+                [](const std::string& text) {
+                    return replaced(text, "Value=\"A\"",
+                                    "Value=\"\xC3\xA4\xE2\x82\xAC\xF0\x9F\x94\xA7\"");
+                }),
+        written("CharacterReferences",
+                [](const std::string& text) {
+                    return replaced(text, "Value=\"A\"",
+                                    "Value=\"&#65;&#x42;&amp;&lt;&quot;&#10;\"");
+                }),
+        written("CharacterData",
+                [](const std::string& text) {
+                    return insertedAfter(text, "<Files>", "<![CDATA[<File/>]]>");
+                }),
+        written("RootNamespace",
+                [](const std::string& text) {
+                    return replaced(text, "<FirmwareDescription ",
+                                    "<FirmwareDescription xmlns=\"urn:maker:firmware\" ");
+                }),
+        written("UnknownElementsAndAttributes",
+                [](const std::string& text) {
+                    return replaced(replaced(text, "<Files>", "<Notes><p>new</p></Notes><Files>"),
+                                    "Length=", "Compression=\"none\" Length=");
+                }),
+        handled("LineEndsAfterSigning",
+                [](const std::string& text) { return everywhere(text, "\n", "\r\n"); }),
+        handled("CommentsAfterSigning",
+                [](const std::string& text) {
+                    return insertedAfter(insertedAfter(text, "<Files>", "<!-- checked -->"),
+                                         "<SignatureValue>", "<!-- checked -->");
+                }),
+        handled("ManifestInTheSignature",
+                [](const std::string& text) {
+                    return insertedAfter(text, "</SignatureValue>",
+                                         "<Object><Manifest><Reference URI=\"file:///none\">"
+                                         "<DigestMethod Algorithm=\"" +
+                                             Algorithm::sha256 +
+                                             "\"/><DigestValue>AAAA</DigestValue></Reference>"
+                                             "</Manifest></Object>");
+                }),
+        handled("ByteOrderMarkAfterSigning",
+                [](const std::string& text) { return "\xEF\xBB\xBF" + text; }),
+        handled("AttributesInAnotherOrder",
+                [](const std::string& text) {
+                    return replaced(replaced(text, "xsi:type=\"FirmwareFileType\" ", ""), "<File ",
+                                    "<File xsi:type='FirmwareFileType'  ");
+                }),
+        handled("CommentInTheDigestValue",
+                [](const std::string& text) {
+                    return insertedAfter(text, "<DigestValue>", "<!-- AAAA -->");
+                })),
+    nameOfVariant);
+
+// The signature where the maker's tool happens to put it.
+std::string signedAt(const std::string& place) {
+    const std::string text = insertedBefore(unsignedManifest(), place, SignatureForm().text());
+    return fillSignature(text, rsaKey());
+}
+
+std::string many(std::size_t files, const std::function<void(std::string&)>& edit = {}) {
+    PackageBuilder builder;
+    for (std::size_t i = 0; i < files; ++i) {
+        builder.firmware("opt/device/share/file" + std::to_string(i), std::to_string(i));
+    }
+    if (edit) {
+        builder.editXml(edit);
+    }
+    return builder.manifest();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Size, HonestVariant,
+    testing::Values(Variant{{"SignatureFirst", [] { return signedAt("<ManufacturerId"); }}},
+                    Variant{{"SignatureInTheMiddle", [] { return signedAt("<Files>"); }}},
+                    Variant{{"SignatureLast", [] { return signedAt("</FirmwareDescription>"); }}},
+                    Variant{{"NoFiles", [] { return many(0); }}},
+                    Variant{{"FiveThousandFiles", [] { return many(5000); }}},
+                    Variant{{"TenThousandFilesWithADeclarationEach",
+                             [] {
+                                 return many(10000, [](std::string& text) {
+                                     text = everywhere(text, "<File ",
+                                                       "<File xmlns:xsi=\"http://www.w3.org/2001/"
+                                                       "XMLSchema-instance\" ");
+                                 });
+                             }}},
+                    Variant{{"HundredThousandHardwareRevisions",
+                             [] {
+                                 return PackageBuilder()
+                                     .editManifest([](Pack::Manifest& manifest) {
+                                         manifest.supportedHwRevs.assign(100000, "A");
+                                     })
+                                     .manifest();
+                             }}},
+                    Variant{{"LongValues",
+                             [] {
+                                 return PackageBuilder()
+                                     .firmware(std::string(200000, 'p'), "x")
+                                     .firmware(std::string(300000, 'q') + "&<>\"", "y")
+                                     .manifest();
+                             }}},
+                    Variant{{"ManyUnknownAttributes",
+                             [] {
+                                 return many(3000, [](std::string& text) {
+                                     std::string attributes;
+                                     for (int i = 0; i < 30; ++i) {
+                                         attributes += "Property" + std::to_string(i) + "=\"v\" ";
+                                     }
+                                     text = everywhere(text, "<File ", "<File " + attributes);
+                                 });
+                             }}},
+                    Variant{{"ManyNamespaces",
+                             [] {
+                                 return many(3000, [](std::string& text) {
+                                     std::string declarations;
+                                     for (int i = 0; i < 12; ++i) {
+                                         declarations +=
+                                             " xmlns:n" + std::to_string(i) +
+                                             "=\"http://schemas.example.com/firmware/2020/" +
+                                             std::to_string(i) + "\"";
+                                     }
+                                     text = replaced(text, "<FirmwareDescription",
+                                                     "<FirmwareDescription" + declarations);
+                                 });
+                             }}}),
+    nameOfVariant);
+
+}  // namespace
+}  // namespace Norv::Corvane::Test

@@ -1,0 +1,21 @@
+// Functions of xmlsec that fail on demand.
+//
+// The test program defines them itself, so that the library finds them before xmlsec's own.
+
+#pragma once
+
+#include <string>
+
+namespace Norv::Corvane::Test {
+
+// While it lives, the named function returns this and does nothing. As long as one of the functions
+// that start a library up is named, the others of them do nothing either and report success.
+class Failure {
+public:
+    Failure(const std::string& function, int result = -1);
+    ~Failure();
+    Failure(const Failure&) = delete;
+    Failure& operator=(const Failure&) = delete;
+};
+
+}  // namespace Norv::Corvane::Test

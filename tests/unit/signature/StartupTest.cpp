@@ -1,0 +1,129 @@
+// Start-up and shut-down, and what becomes of every step that fails. Uses no validator environment:
+// the tests start the library themselves.
+
+#include <gmock/gmock.h>
+
+#include <boost/optional/optional_io.hpp>
+
+#include "HostState.h"
+#include "Keys.h"
+#include "LogCapture.h"
+#include "Norv/Corvane/Common/ErrorCodes.h"
+#include "Norv/Corvane/Common/FirmwareDescriptionValidator.h"
+#include "ReplacedXmlSec.h"
+#include "XmlSigning.h"
+
+namespace Norv::Corvane::Test {
+namespace {
+
+using Common::FirmwareDescriptionValidator;
+using Common::XmlSecError;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+LogRecord error(const std::string& message, const std::string& function) {
+    return {spdlog::level::err, message, function};
+}
+
+struct FailedStep {
+    std::string function;
+    int result;
+    XmlSecError code;
+    std::string message;
+};
+
+class FailedInit : public testing::TestWithParam<FailedStep> {};
+
+TEST_P(FailedInit, IsLoggedAndReported) {
+    const LogCapture log;
+    const Failure failure(GetParam().function, GetParam().result);
+    EXPECT_EQ(FirmwareDescriptionValidator::Init(), make_error_code(GetParam().code));
+    EXPECT_THAT(log.records(), ElementsAre(error(GetParam().message, "Init")));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Step, FailedInit,
+    testing::Values(FailedStep{"xmlSecInit", -1, XmlSecError::InitFailed,
+                               "xmlSecInit failed with -1"},
+                    FailedStep{"xmlSecCheckVersionExt", 0, XmlSecError::WrongVersion,
+                               "xmlSec wrong version expected 1 got 0"},
+                    FailedStep{"xmlSecCheckVersionExt", -1, XmlSecError::WrongVersion,
+                               "xmlSec wrong version expected 1 got -1"},
+                    FailedStep{"xmlSecOpenSSLAppInit", -2, XmlSecError::CryptoAppInitFailed,
+                               "xmlSecCryptoAppInit failed with -2"},
+                    FailedStep{"xmlSecOpenSSLInit", -3, XmlSecError::CryptoInitFailed,
+                               "xmlSecCryptoInit failed with -3"}));
+
+class Startup : public testing::Test {
+protected:
+    const TemporaryDirectory directory;
+    const KeyFiles keys = writeKey(ecKey(), directory);
+    const LogCapture log;
+
+    void expectSoundValidation() {
+        FirmwareDescriptionValidator validator;
+        ASSERT_FALSE(validator.Open(keys.certificate));
+        SignatureForm form;
+        form.method = Algorithm::ecdsaSha256;
+        EXPECT_EQ(validator.ValidateSignature(signAs("<a></a>", form, ecKey())), true);
+    }
+};
+
+TEST_F(Startup, WorksAgainAfterShutdown) {
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(FirmwareDescriptionValidator::Init(), make_error_code(XmlSecError::Success));
+        expectSoundValidation();
+        FirmwareDescriptionValidator::Deinit();
+    }
+    EXPECT_THAT(log.records(), IsEmpty());
+}
+
+TEST_F(Startup, LeavesTheHostAlone) {
+    HostState host;
+    EXPECT_FALSE(FirmwareDescriptionValidator::Init());
+    EXPECT_EQ(host.changes(), "");
+    FirmwareDescriptionValidator::Deinit();
+}
+
+TEST_F(Startup, ThatFailedMayBeRepeated) {
+    {
+        const Failure failure("xmlSecOpenSSLInit");
+        EXPECT_TRUE(FirmwareDescriptionValidator::Init());
+    }
+    EXPECT_FALSE(FirmwareDescriptionValidator::Init());
+    expectSoundValidation();
+    FirmwareDescriptionValidator::Deinit();
+}
+
+struct FailedLoad : Startup {
+    FailedLoad() { EXPECT_FALSE(FirmwareDescriptionValidator::Init()); }
+    ~FailedLoad() override { FirmwareDescriptionValidator::Deinit(); }
+
+    void expectFailure(const std::string& message) {
+        EXPECT_EQ(FirmwareDescriptionValidator::LoadTrustedCert(keys.certificate), nullptr);
+        EXPECT_THAT(log.records(), ElementsAre(error(message, "LoadTrustedCert")));
+    }
+};
+
+TEST_F(FailedLoad, OfNoManagerIsLogged) {
+    const Failure failure("xmlSecKeysMngrCreate");
+    expectFailure("xmlSecKeysMngrCreate failed ");
+}
+
+TEST_F(FailedLoad, OfTheManagersStartIsLogged) {
+    const Failure failure("xmlSecOpenSSLAppDefaultKeysMngrInit", -4);
+    expectFailure("xmlSecCryptoAppDefaultKeysMngrInit failed with -4");
+}
+
+TEST_F(FailedLoad, OfTheCertificateIsLogged) {
+    const Failure failure("xmlSecOpenSSLAppKeyCertLoad", -5);
+    expectFailure("xmlSecCryptoAppKeyCertLoad failed with -5");
+}
+
+TEST_F(FailedLoad, OfTheAdoptionIsLogged) {
+    const Failure failure("xmlSecOpenSSLAppDefaultKeysMngrAdoptKey", -6);
+    expectFailure("xmlSecCryptoAppDefaultKeysMngrAdoptKey failed with -6");
+}
+
+}  // namespace
+}  // namespace Norv::Corvane::Test
