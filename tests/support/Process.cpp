@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/mman.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -79,15 +78,14 @@ std::string Process::errorSoFar() const {
 
 ProcessResult Process::wait() {
     int status = 0;
-    rusage usage{};
-    while (::wait4(id_, &status, 0, &usage) < 0) {
+    while (::waitpid(id_, &status, 0) < 0) {
         if (errno != EINTR) {
             throw std::runtime_error("cannot wait for a process");
         }
     }
     id_ = -1;
     const int code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    return {code, contents(out_), contents(err_), usage.ru_maxrss};
+    return {code, contents(out_), contents(err_)};
 }
 
 ProcessResult run(const std::vector<std::string>& arguments) {

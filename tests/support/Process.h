@@ -13,10 +13,7 @@ struct ProcessResult {
     // Exit status, or 128 plus the signal that ended the process. 127 when it could not be started.
     int status = 0;
     std::string out;
-    std::string err;
-    // Largest resident set, in KiB.
-    long peakMemory = 0;
-};
+    std::string err;};
 
 // A child process whose standard output and error are kept, in files, for `wait`. The first
 // argument is the program, searched in PATH; no shell takes part. A program of this build is to be

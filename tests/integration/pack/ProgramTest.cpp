@@ -3,6 +3,10 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <chrono>
+#include <fstream>
+#include <iterator>
+#include <thread>
 
 #include "Norv/Corvane/Common/FirmwareZipValidator.h"
 #include "Process.h"
@@ -18,6 +22,27 @@ using testing::IsEmpty;
 using testing::StartsWith;
 
 using Words = std::vector<std::string>;
+
+// Largest resident set of the process in KiB, observed until it ends. What the system reports after
+// the end would count this process as well, from which it was forked.
+long followPeakMemory(pid_t id) {
+    const std::string path = "/proc/" + std::to_string(id) + "/status";
+    const std::string field = "VmHWM:";
+    long peak = 0;
+    for (;;) {
+        std::ifstream status(path);
+        const std::string text{std::istreambuf_iterator<char>(status), {}};
+        const std::string::size_type at = text.find(field);
+        if (at == std::string::npos) {
+            return peak;
+        }
+        // Until it has started the program, the process is a copy of this one.
+        if (text.find("Name:\tfirmware-pack\n") != std::string::npos) {
+            peak = std::stol(text.substr(at + field.size()));
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+}
 
 class PackProgram : public ValidatorFixture {
 protected:
@@ -217,11 +242,14 @@ TEST_F(PackProgram, SaysWhyTheOutputCannotBeWritten) {
 
 TEST_F(PackProgram, NeedsNoMemoryForThePayload) {
     const std::string large = (sources / "large").string();
-    ASSERT_EQ(run({"truncate", "-s", "400M", large}).status, 0);
-    const ProcessResult result = run(command({}, {"--firmware", large, "large", "large"}));
+    ASSERT_EQ(run({"truncate", "-s", "300M", large}).status, 0);
+    Process packing(command({}, {"--firmware", large, "large", "large"}));
+    const long peak = followPeakMemory(packing.id());
+    const ProcessResult result = packing.wait();
     EXPECT_EQ(result.err, "");
     EXPECT_EQ(result.status, 0);
-    EXPECT_LT(result.peakMemory, 200 * 1024);
+    EXPECT_GT(peak, 0);
+    EXPECT_LT(peak, 200 * 1024);
 }
 
 }  // namespace
