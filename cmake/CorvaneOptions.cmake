@@ -5,6 +5,7 @@ option(CORVANE_BUILD_EXAMPLES "Build the example host applications" ${PROJECT_IS
 option(CORVANE_BUILD_TESTS "Build the test suite" ${PROJECT_IS_TOP_LEVEL})
 option(CORVANE_BUILD_BENCHMARKS "Build the benchmarks" OFF)
 option(CORVANE_BUILD_FUZZERS "Build the libFuzzer targets (needs clang)" OFF)
+option(CORVANE_COVERAGE "Count executed lines and branches (gcc)" OFF)
 set(CORVANE_SANITIZE "" CACHE STRING "Sanitizers to build with, for example address,undefined")
 set(CORVANE_LIBTORRENT_INCLUDE_DIR "" CACHE PATH "Directory that holds libtorrent/span.hpp")
 set(TESSARY_LIBRARY "" CACHE FILEPATH "The device's libtessary.so; a stand-in is built when empty")
@@ -33,3 +34,7 @@ target_compile_options(corvane_library_options INTERFACE
     -ffunction-sections -fdata-sections -fstack-protector-strong)
 target_link_options(corvane_library_options INTERFACE
     -Wl,--gc-sections -Wl,-z,relro -Wl,-z,now)
+if(CORVANE_COVERAGE)
+    target_compile_options(corvane_build_options INTERFACE --coverage -fprofile-update=atomic)
+    target_link_options(corvane_build_options INTERFACE --coverage)
+endif()
