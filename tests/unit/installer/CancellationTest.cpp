@@ -4,6 +4,7 @@
 #include <future>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "Installation.h"
@@ -85,6 +86,20 @@ TEST_F(CancellationTest, FinishesTheFileUnderWayAndLeavesTheOthersUntouched) {
     EXPECT_EQ(progress.size(), 1U);
     EXPECT_THAT(target.files(), ElementsAre("Script.run", "mark"));
     EXPECT_THAT(log.records(), ElementsAre(requested, canceled));
+}
+
+TEST_F(CancellationTest, FinishesTheFirstFileHoweverEarlyTheRequestComes) {
+    for (int round = 0; round < 50; ++round) {
+        const std::string name = "first" + std::to_string(round);
+        {
+            Installer installer(target.path());
+            auto firmware = unsignedPackage(PackageBuilder().firmware(name, "1"));
+            installer.Install(std::move(firmware), nullptr, [](bool) {});
+            installer.Cancel();
+        }
+        ASSERT_EQ(readFile(target / name), "1");
+    }
+    EXPECT_THAT(log.records(), testing::Each(testing::AnyOf(requested, canceled, succeeded)));
 }
 
 TEST_F(CancellationTest, DoesNotInterruptARunningScript) {

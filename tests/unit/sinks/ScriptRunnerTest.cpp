@@ -1,6 +1,7 @@
 #include "Norv/Corvane/Common/ScriptRunner.h"
 
 #include <gmock/gmock.h>
+#include <pthread.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -132,6 +133,15 @@ TEST_F(ScriptRunnerTest, RunsInDoneAndNotBefore) {
 TEST_F(ScriptRunnerTest, KeepsAnAbsoluteInstallationPathBelowTheTarget) {
     directory.write("bin/Script.run", leaveMark());
     EXPECT_TRUE(ScriptRunner(directory.path(), fileAt("/bin/Script.run")).done());
+    EXPECT_TRUE(ran());
+}
+
+TEST_F(ScriptRunnerTest, RunsTheScriptAtItsRemotePath) {
+    directory.write("remote/Script.run", leaveMark());
+    directory.write("local", "exit 1\n");
+    File file = fileAt("local");
+    file.remoteFilePath = "remote/Script.run";
+    EXPECT_TRUE(ScriptRunner(directory.path(), file).done());
     EXPECT_TRUE(ran());
 }
 
@@ -279,6 +289,23 @@ TEST_F(ScriptRunnerTest, RunsScriptsForAHostThatIgnoresItsChildren) {
     const bool failed = !run("exit 3\n");
     std::signal(SIGCHLD, before);
     EXPECT_TRUE(failed);
+}
+
+TEST_F(ScriptRunnerTest, IsReadyToBeToldOfTheEndBeforeTheScriptCanBegin) {
+    // A child that ends while its parent ignores such ends cannot be waited for.
+    static void (*atFork)(int) = SIG_ERR;
+    ASSERT_EQ(pthread_atfork(
+                  [] {
+                      struct sigaction current {};
+                      sigaction(SIGCHLD, nullptr, &current);
+                      atFork = current.sa_handler;
+                  },
+                  nullptr, nullptr),
+              0);
+    const auto before = std::signal(SIGCHLD, SIG_IGN);
+    EXPECT_TRUE(run("exit 0\n"));
+    std::signal(SIGCHLD, before);
+    EXPECT_EQ(atFork, SIG_DFL);
 }
 
 TEST_F(ScriptRunnerTest, LeavesTheSignalAloneWhenThereIsNothingToRun) {
