@@ -33,7 +33,7 @@ bool DecodeBase64(const std::string& encoded, std::string& decoded) {
                                        reinterpret_cast<const unsigned char*>(encoded.data()),
                                        static_cast<int>(encoded.size()));
     const bool complete = state >= 0 && EVP_DecodeFinal(context.get(), out + written, &tail) == 1;
-    buffer.resize(static_cast<std::size_t>(written + tail));
+    buffer.resize(static_cast<std::size_t>(written) + static_cast<std::size_t>(tail));
     decoded = std::move(buffer);
     return complete;
 }
