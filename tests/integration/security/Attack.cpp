@@ -9,6 +9,7 @@
 #include "Norv/Corvane/Common/ErrorCodes.h"
 #include "Norv/Corvane/Common/FirmwarePackage.h"
 #include "PackageBuilder.h"
+#include "Sandbox.h"
 
 namespace Norv::Corvane::Test {
 
@@ -54,6 +55,7 @@ TEST_P(AttackTest, IsRefused) {
     HostState host;
     EXPECT_NE(validator.ValidateSignature(manifest), true) << manifest;
     EXPECT_EQ(host.changes(), "");
+    EXPECT_TRUE(staysInside([&] { validator.ValidateSignature(manifest); }));
 
     const auto package =
         Common::FirmwarePackage::Create(PackageBuilder().manifestText(manifest).build(directory));

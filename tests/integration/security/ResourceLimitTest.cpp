@@ -1,0 +1,84 @@
+// What nobody signed must not cost much: time, memory, or access to anything outside.
+
+#include <gtest/gtest.h>
+
+#include "HostileTexts.h"
+#include "PackageBuilder.h"
+#include "Sandbox.h"
+
+namespace Norv::Corvane::Test {
+namespace {
+
+constexpr std::size_t mebibyte = std::size_t{1} << 20;
+
+class ResourceLimit : public testing::TestWithParam<HostileText> {
+protected:
+    Usage usageOf(const std::string& manifest) {
+        return measured([&] {
+            Common::FirmwareDescriptionValidator validator;
+            if (validator.Open(keys_.certificate) ||
+                validator.ValidateSignature(manifest) == true) {
+                throw std::runtime_error("accepted");
+            }
+        });
+    }
+
+    Usage usageOfHonestOne() {
+        return measured([&] {
+            Common::FirmwareDescriptionValidator validator;
+            if (validator.Open(keys_.certificate) || validator.ValidateSignature(honest_) != true) {
+                throw std::runtime_error("refused");
+            }
+        });
+    }
+
+private:
+    const TemporaryDirectory directory_;
+    const KeyFiles keys_ = writeKey(rsaKey(), directory_);
+    const std::string honest_ = honestText(mebibyte);
+};
+
+TEST_P(ResourceLimit, IsTwoSecondsAndSixtyFourMebibytesAboveAnHonestManifest) {
+    std::string manifest = GetParam().make(mebibyte);
+    ASSERT_LE(manifest.size(), mebibyte + mebibyte / 4);
+    const Usage honest = usageOfHonestOne();
+    ASSERT_TRUE(honest.finished);
+    const Usage hostile = usageOf(manifest);
+    ASSERT_TRUE(hostile.finished);
+    EXPECT_LE(hostile.seconds, honest.seconds + 2 * slowness());
+    if (measuresMemory()) {
+        EXPECT_LE(hostile.memory, honest.memory + 64 * mebibyte);
+    }
+    RecordProperty("milliseconds", static_cast<int>(hostile.seconds * 1000));
+    RecordProperty("kibibytes", static_cast<int>(hostile.memory / 1024));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, ResourceLimit, testing::ValuesIn(hostileTexts()),
+                         [](const auto& test) { return test.param.name; });
+
+// The measure itself: it must see what it is there to see.
+TEST(Measured, SeesTimeAndMemory) {
+    const Usage idle = measured([] {});
+    const Usage busy = measured([] {
+        const std::string large(32 * mebibyte, 'x');
+        volatile std::size_t sum = 0;
+        for (int i = 0; i < 3; ++i) {
+            for (const char c : large) {
+                sum = sum + static_cast<std::size_t>(c);
+            }
+        }
+    });
+    EXPECT_GT(busy.seconds, idle.seconds + 0.01);
+    EXPECT_GT(busy.memory, idle.memory + 31 * mebibyte);
+    EXPECT_FALSE(measured([] { throw 1; }).finished);
+}
+
+TEST(StaysInside, SeesWhatIsOpened) {
+    EXPECT_TRUE(staysInside([] {}));
+    if (slowness() < 2) {
+        EXPECT_FALSE(staysInside([] { readFile("/etc/hostname"); }));
+    }
+}
+
+}  // namespace
+}  // namespace Norv::Corvane::Test

@@ -1,0 +1,35 @@
+// Work that is done in a child process, so that its cost and its reach can be told from the test's.
+
+#pragma once
+
+#include <functional>
+
+namespace Norv::Corvane::Test {
+
+struct Usage {
+    // False when the work did not come to its end: a signal, a forbidden call, an exception.
+    bool finished = false;
+    // Processor time, in seconds.
+    double seconds = 0;
+    // Growth of the largest resident set, in bytes.
+    double memory = 0;
+};
+
+// The child ends without destructors. Call while no other thread runs.
+Usage measured(const std::function<void()>& work);
+
+// Whether the work ends well where opening a file, a socket or a process is fatal. Always so where
+// the system cannot forbid it, such as under an emulator.
+bool staysInside(const std::function<void()>& work);
+
+// Whether the work ends well with at most this many bytes of address space more than now. Always so
+// in builds whose sanitizer needs the address space itself.
+bool worksWithin(std::size_t bytes, const std::function<void()>& work);
+
+// How much slower than usual this build runs at worst: sanitizers and emulators take their time.
+double slowness();
+
+// Whether memory is what the library takes, not what a sanitizer adds.
+bool measuresMemory();
+
+}  // namespace Norv::Corvane::Test
