@@ -24,8 +24,7 @@ class FullDisk : public FaultTest {
 protected:
     void SetUp() override {
         const int apart = geteuid() == 0 ? CLONE_NEWNS : CLONE_NEWNS | CLONE_NEWUSER;
-        if (unshare(apart) != 0 ||
-            mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
+        if (unshare(apart) != 0 || mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) != 0) {
             GTEST_SKIP() << "no mounts of our own: " << std::strerror(errno);
         }
         fs::create_directory(target());
@@ -36,7 +35,7 @@ protected:
     void TearDown() override { umount2(target().c_str(), MNT_DETACH); }
 
     void makeReadOnly() {
-        ASSERT_EQ(mount(nullptr, target().c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
+        ASSERT_EQ(mount("none", target().c_str(), "none", MS_REMOUNT | MS_RDONLY, nullptr), 0);
     }
 
     void fillWithBytes() {

@@ -196,6 +196,9 @@ TEST_F(Scripts, DescriptorsOfTheLibraryAreNotInherited) {
 }
 
 TEST_F(Scripts, WithoutAFreeDescriptorTheLaunchFails) {
+    if (std::string(CORVANE_EMULATOR).find("valgrind") != std::string::npos) {
+        GTEST_SKIP() << "valgrind gives another error once its own descriptors are used up";
+    }
     EXPECT_EQ(statusOf([this] {
                   const LogCapture log;
                   const std::vector<Payload> files{{"Script.run", "exit 0\n", FileKind::Script}};

@@ -258,6 +258,9 @@ TEST_F(ScriptRunnerTest, LetsNoShellInterpretThePath) {
 }
 
 TEST_F(ScriptRunnerTest, LogsTheCommandWhenNoProcessCanBeStarted) {
+    if (std::string(CORVANE_EMULATOR).find("valgrind") != std::string::npos) {
+        GTEST_SKIP() << "valgrind gives another error once its own descriptors are used up";
+    }
     directory.write("Script.run", leaveMark());
     ScriptRunner runner(directory.path(), fileAt("Script.run"));
     rlimit before{};
