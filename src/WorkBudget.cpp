@@ -9,13 +9,13 @@ namespace {
 
 // Elementary steps, such as looking at one declaration in a search, per byte of text. A usual
 // manifest needs about one per pass.
-constexpr std::uint64_t stepsPerByte = 256;
+constexpr double stepsPerByte = 256;
 // What a pass costs for each byte in any case, in such steps.
-constexpr std::uint64_t stepsPerPassedByte = 4;
+constexpr double stepsPerPassedByte = 4;
 // Memory for documents that are built from canonical output, per byte of text.
-constexpr std::uint64_t memoryPerByte = 32;
-constexpr std::uint64_t bytesPerNode = 160;
-constexpr std::uint64_t shortText = std::uint64_t{1} << 20;
+constexpr double memoryPerByte = 32;
+constexpr double bytesPerNode = 160;
+constexpr double shortText = 1 << 20;
 
 // The name before an attribute's value. In front of it stands a blank, and whatever came before.
 std::string_view attributeName(std::string_view text) {
@@ -32,11 +32,12 @@ std::string_view attributeName(std::string_view text) {
 }
 
 // Walks over the markup of a text. On text that is not well-formed it may lose its way, which does
-// no harm: the parser stops there.
+// no harm: the parser stops there. Counts are floating point, since no text must make them
+// overflow.
 class Scanner {
 public:
     // Each element is looked at as if it declared `prefixes` namespaces more.
-    Scanner(std::string_view text, std::uint64_t prefixes) : rest_(text), prefixes_(prefixes) {}
+    Scanner(std::string_view text, double prefixes) : rest_(text), prefixes_(prefixes) {}
 
     WorkBudget::Work run() {
         while (skipPast("<")) {
@@ -49,7 +50,7 @@ public:
             } else if (accept("?")) {
                 skipPast("?>");
                 addLeaf();
-                instructionsOutside_ += open_.empty() ? 1U : 0U;
+                instructionsOutside_ += open_.empty() ? 1 : 0;
             } else if (accept("/")) {
                 skipPast(">");
                 leaveElement();
@@ -62,8 +63,8 @@ public:
 
 private:
     struct Scope {
-        std::uint64_t attributes;
-        std::uint64_t declarations;
+        double attributes;
+        double declarations;
     };
 
     bool accept(std::string_view token) {
@@ -80,7 +81,7 @@ private:
 
     void addStartTag() {
         Scope scope = open_.empty() ? Scope{0, prefixes_} : open_.back();
-        std::uint64_t attributes = 0;
+        double attributes = 0;
         bool empty = false;
         for (;;) {
             // To the next quoted value or to the end of the tag.
@@ -98,11 +99,11 @@ private:
             rest_.remove_prefix(at + 1);
             const std::string_view value = rest_.substr(0, rest_.find(quote));
             rest_.remove_prefix(std::min(value.size() + 1, rest_.size()));
-            longest_ = std::max<std::uint64_t>(longest_, name.size());
+            longest_ = std::max(longest_, static_cast<double>(name.size()));
             ++attributes;
             if (name.substr(0, 5) == "xmlns") {
                 ++scope.declarations;
-                longest_ = std::max<std::uint64_t>(longest_, value.size());
+                longest_ = std::max(longest_, static_cast<double>(value.size()));
             }
         }
         scope.attributes += attributes;
@@ -113,9 +114,9 @@ private:
         }
     }
 
-    void addElement(std::uint64_t attributes, const Scope& scope) {
-        const std::uint64_t depth = open_.size();
-        const std::uint64_t slots = 1 + attributes + scope.declarations;
+    void addElement(double attributes, const Scope& scope) {
+        const auto depth = static_cast<double>(open_.size());
+        const double slots = 1 + attributes + scope.declarations;
         flatSteps_ += slots * (slots + scope.attributes + prefixes_ * depth);
         // Two texts may stand beside a tag.
         deepSteps_ += (slots + 2) * depth;
@@ -124,7 +125,7 @@ private:
     }
 
     void addLeaf() {
-        deepSteps_ += 2 * (open_.size() + 1);
+        deepSteps_ += 2 * (static_cast<double>(open_.size()) + 1);
         nodes_ += 2;
     }
 
@@ -136,25 +137,25 @@ private:
 
     WorkBudget::Work total() const {
         // Each search among ancestors is one among the top-level nodes too.
-        const std::uint64_t searches = flatSteps_ + deepSteps_ * (1 + instructionsOutside_);
+        const double searches = flatSteps_ + deepSteps_ * (1 + instructionsOutside_);
         // Names are compared from the start, and what is written out may repeat a namespace.
-        const std::uint64_t repeated = slots_ * longest_;
+        const double repeated = slots_ * longest_;
         return {searches * (1 + longest_ / 64) + repeated / 4, nodes_ * bytesPerNode + repeated};
     }
 
     std::string_view rest_;
-    std::uint64_t prefixes_;
+    double prefixes_;
     std::vector<Scope> open_;
-    std::uint64_t flatSteps_ = 0;
-    std::uint64_t deepSteps_ = 0;
-    std::uint64_t slots_ = 0;
-    std::uint64_t nodes_ = 0;
-    std::uint64_t instructionsOutside_ = 0;
+    double flatSteps_ = 0;
+    double deepSteps_ = 0;
+    double slots_ = 0;
+    double nodes_ = 0;
+    double instructionsOutside_ = 0;
     // Length of the longest attribute name or namespace.
-    std::uint64_t longest_ = 0;
+    double longest_ = 0;
 };
 
-WorkBudget::Work workOn(boost::string_view text, std::uint64_t prefixes) {
+WorkBudget::Work workOn(boost::string_view text, double prefixes) {
     return Scanner({text.data(), text.size()}, prefixes).run();
 }
 
@@ -167,15 +168,15 @@ bool WorkBudget::allowsParsing() const {
 }
 
 bool WorkBudget::allowsVerification(const SignatureDemands& demands) const {
-    const Work work = demands.listedPrefixes == 0 ? usual_ : workOn(text_, demands.listedPrefixes);
-    const std::uint64_t pass = work.steps + stepsPerPassedByte * text_.size();
-    return pass <= scaled(stepsPerByte) / demands.passes &&
-           (demands.rebuiltTrees == 0 ||
-            work.treeBytes <= scaled(memoryPerByte) / demands.rebuiltTrees);
+    const auto prefixes = static_cast<double>(demands.listedPrefixes);
+    const Work work = demands.listedPrefixes == 0 ? usual_ : workOn(text_, prefixes);
+    const double pass = work.steps + stepsPerPassedByte * static_cast<double>(text_.size());
+    return pass * static_cast<double>(demands.passes) <= scaled(stepsPerByte) &&
+           work.treeBytes * static_cast<double>(demands.rebuiltTrees) <= scaled(memoryPerByte);
 }
 
-std::uint64_t WorkBudget::scaled(std::uint64_t perByte) const {
-    return perByte * std::max<std::uint64_t>(text_.size(), shortText);
+double WorkBudget::scaled(double perByte) const {
+    return perByte * std::max(static_cast<double>(text_.size()), shortText);
 }
 
 }  // namespace Norv::Corvane::Common

@@ -11,7 +11,6 @@
 #pragma once
 
 #include <boost/utility/string_view.hpp>
-#include <cstdint>
 
 #include "SignedDocument.h"
 
@@ -20,9 +19,9 @@ namespace Norv::Corvane::Common {
 class WorkBudget {
 public:
     struct Work {
-        std::uint64_t steps;
+        double steps;
         // Size of a tree that is built from the document's canonical form.
-        std::uint64_t treeBytes;
+        double treeBytes;
     };
 
     // Counts the markup, in time proportional to the text. Keeps a view of it.
@@ -34,7 +33,7 @@ public:
 
 private:
     // Multiplies a budget per byte; short texts have a floor.
-    std::uint64_t scaled(std::uint64_t perByte) const;
+    double scaled(double perByte) const;
 
     boost::string_view text_;
     // For a signature that treats no namespace prefix specially, as nearly all of them.

@@ -126,6 +126,14 @@ TEST(WorkBudget, RefusesManyRebuiltTrees) {
     EXPECT_FALSE(WorkBudget(usual).allowsVerification({14, 10, 0}));
 }
 
+// More than 64 bits of steps, and a round number of them: 2^20 instructions, 2^15 elements in one
+// another, a name of 2^21 bytes.
+TEST(WorkBudget, DoesNotOverflow) {
+    EXPECT_FALSE(allowsParsing(repeated("<?a?>", (1 << 20) - 1) + repeated("<a>", 1 << 15) + "<b " +
+                               std::string((1 << 21) - 64, 'n') + "=\"\"/>"));
+    EXPECT_FALSE(WorkBudget("<a/>").allowsVerification({1UL << 31, 1UL << 31, 1UL << 31}));
+}
+
 TEST(WorkBudget, EndsOnTextsThatBreakOff) {
     for (const std::string text : {"<", "<a", "<a b", "<a b=\"", "<a b=\"c\"", "<!--", "<![CDATA[",
                                    "<?", "</", "</a", "a>b</c></d>", "<a/", "<>", "<\">"}) {
