@@ -5,8 +5,8 @@
 const char usage[] = R"(Usage: firmware-host [OPTION]... CERTIFICATE PACKAGE TARGET
 
 Checks the signature of the firmware package PACKAGE against the trusted PEM certificate
-CERTIFICATE and installs its files below the existing directory TARGET. Scripts in the package
-are run.
+CERTIFICATE and installs its files below the directory TARGET, which is made if it is missing.
+Scripts in the package are run.
 
   --check     check the digests of all files before the first one is installed
   --verbose   show everything that the library logs, not only warnings and errors

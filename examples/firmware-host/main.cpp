@@ -92,13 +92,16 @@ ValidatedFirmwareZip validate(const Arguments& arguments) {
     return *std::move(firmware);
 }
 
-// Scripts are run by a command line that is split at blanks.
+// A target that is not there yet is made as files need it. Scripts are run by a command line that
+// is split at blanks.
 void checkTarget(const std::string& target, const FirmwareDescription& description) {
     boost::system::error_code error;
-    if (!boost::filesystem::is_directory(target, error)) {
+    const bool missing =
+        boost::filesystem::status(target, error).type() == boost::filesystem::file_not_found;
+    if (!missing && !boost::filesystem::is_directory(target, error)) {
         throw HostError(target + " is not a directory");
     }
-    if (::access(target.c_str(), W_OK | X_OK) != 0) {
+    if (!missing && ::access(target.c_str(), W_OK | X_OK) != 0) {
         throw HostError("cannot write to " + target + ": " +
                         std::generic_category().message(errno));
     }

@@ -89,12 +89,20 @@ TEST_F(Host, RefusesACertificateThatIsNone) {
 
 TEST_F(Host, RefusesATargetThatIsNoDirectory) {
     const auto package = PackageBuilder().firmware("app", "a").build(directory);
-    for (const std::string& path : {package.string(), std::string("/absent")}) {
-        const ProcessResult result =
-            run({FIRMWARE_HOST, keys.certificate.string(), package.string(), path});
-        EXPECT_EQ(result.status, 1);
-        EXPECT_EQ(result.err, "firmware-host: " + path + " is not a directory\n");
-    }
+    const std::string path = package.string();
+    const ProcessResult result =
+        run({FIRMWARE_HOST, keys.certificate.string(), package.string(), path});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "firmware-host: " + path + " is not a directory\n");
+}
+
+TEST_F(Host, MakesATargetThatIsMissing) {
+    const auto package = PackageBuilder().firmware("app", "a").build(directory);
+    const std::string path = (target / "not/there/yet").string();
+    const ProcessResult result =
+        run({FIRMWARE_HOST, keys.certificate.string(), package.string(), path});
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_THAT(target.files(), ElementsAre("not/there/yet/app"));
 }
 
 TEST_F(Host, RefusesATargetWhoseScriptsCouldNotRun) {
