@@ -6,11 +6,13 @@
 #include <string>
 #include <type_traits>
 
+#include "FileEntry.h"
 #include "Norv/Corvane/Common/ErrorCodes.h"
 
 namespace {
 
 using namespace Norv::Corvane::Common;
+using namespace Norv::Corvane::Test;
 using Norv::Ombrel::Project::DeviceType;
 using Norv::Ombrel::Project::Version;
 using File = FirmwareDescription::File;
@@ -57,33 +59,6 @@ struct Manifest {
     }
 };
 
-// The attributes of a file entry; an empty text leaves the attribute out.
-struct Entry {
-    std::string type = R"(xsi:type="FirmwareFileType")";
-    std::string local = R"(LocalFilePath="bin/app")";
-    std::string remote = R"(RemoteFilePath="usr/bin/app")";
-    std::string hash = R"(HashValue="AAEC/w==")";
-    std::string algorithm = R"(HashAlgorithm="sha256")";
-    std::string length = R"(Length="42")";
-
-    std::string text(const std::string& name = "File") const {
-        return "<" + name + " " + type + " " + local + " " + remote + " " + hash + " " + algorithm +
-               " " + length + "/>";
-    }
-
-    boost::optional<File> parse() const {
-        pugi::xml_document document;
-        EXPECT_TRUE(document.load_string(text().c_str())) << text();
-        return parseFile(document.first_child());
-    }
-};
-
-Entry ofLength(const std::string& length) {
-    Entry entry;
-    entry.length = "Length=\"" + length + "\"";
-    return entry;
-}
-
 TEST(FirmwareDescription, HoldsItsFieldsInManifestOrder) {
     const FirmwareDescription description{
         DeviceType::Type::WOLMZB04,
@@ -110,145 +85,11 @@ TEST(FirmwareDescription, HoldsItsFieldsInManifestOrder) {
     EXPECT_EQ(length, 3U);
 }
 
-TEST(ParseFileKind, KnowsTwoKindsByTheirExactNames) {
-    EXPECT_TRUE(parseFileKind("ScriptFileType") == FileKind::Script);
-    EXPECT_TRUE(parseFileKind("FirmwareFileType") == FileKind::Firmware);
-}
-
-TEST(ParseFileKind, RefusesAnyOtherText) {
-    for (const char* text : {"", "scriptfiletype", "ScriptFileType ", " ScriptFileType", "Script",
-                             "ScriptFileTypes", "FirmwareFileTyp", "FIRMWAREFILETYPE"}) {
-        EXPECT_FALSE(parseFileKind(text)) << text;
-    }
-}
-
-TEST(ParseFileKind, LooksNoFurtherThanItsView) {
-    EXPECT_TRUE(parseFileKind(boost::string_view("ScriptFileTypeX", 14)) == FileKind::Script);
-    EXPECT_FALSE(parseFileKind(boost::string_view("ScriptFileType\0", 15)));
-}
-
-TEST(ParseHashAlgorithm, KnowsSha256InLowerCaseOnly) {
-    EXPECT_TRUE(parseHashAlgorithm("sha256") == HashAlgorithm::SHA256);
-    for (const char* text : {"", "SHA256", "Sha256", "sha-256", "sha256 ", "sha25", "sha512"}) {
-        EXPECT_FALSE(parseHashAlgorithm(text)) << text;
-    }
-}
-
-TEST(ParseFile, ReadsEveryAttribute) {
-    const auto file = Entry().parse();
-    ASSERT_TRUE(file);
-    EXPECT_EQ(file->kind, FileKind::Firmware);
-    EXPECT_EQ(file->hashAlgorithm, HashAlgorithm::SHA256);
-    EXPECT_EQ(file->localFilePath, "bin/app");
-    EXPECT_EQ(file->remoteFilePath, std::string("usr/bin/app"));
-    EXPECT_EQ(file->hashValue, (std::vector<std::uint8_t>{0x00, 0x01, 0x02, 0xff}));
-    EXPECT_EQ(file->length, 42U);
-}
-
-TEST(ParseFile, ReadsScripts) {
-    Entry entry;
-    entry.type = R"(xsi:type="ScriptFileType")";
-    const auto file = entry.parse();
-    ASSERT_TRUE(file);
-    EXPECT_EQ(file->kind, FileKind::Script);
-}
-
-TEST(ParseFile, RefusesAnUnknownOrMissingKind) {
-    for (const char* type : {"", R"(xsi:type="")", R"(xsi:type="DataFileType")",
-                             R"(xsi:type="firmwareFileType")", R"(type="FirmwareFileType")"}) {
-        Entry entry;
-        entry.type = type;
-        EXPECT_FALSE(entry.parse()) << type;
-    }
-}
-
-TEST(ParseFile, RefusesAnEmptyOrMissingLocalPath) {
-    for (const char* local : {"", R"(LocalFilePath="")"}) {
-        Entry entry;
-        entry.local = local;
-        EXPECT_FALSE(entry.parse()) << local;
-    }
-}
-
-TEST(ParseFile, RefusesAnyHashAlgorithmButSha256InLowerCase) {
-    for (const char* algorithm :
-         {"", R"(HashAlgorithm="")", R"(HashAlgorithm="SHA256")", R"(HashAlgorithm="md5")"}) {
-        Entry entry;
-        entry.algorithm = algorithm;
-        EXPECT_FALSE(entry.parse()) << algorithm;
-    }
-}
-
-TEST(ParseFile, HasNoRemotePathWhenItEqualsTheLocalOne) {
-    Entry entry;
-    entry.remote = R"(RemoteFilePath="bin/app")";
-    const auto file = entry.parse();
-    ASSERT_TRUE(file);
-    EXPECT_EQ(file->remoteFilePath, boost::none);
-}
-
-TEST(ParseFile, TakesPathsVerbatim) {
-    Entry entry;
-    entry.local = R"(LocalFilePath=" bin/../App ")";
-    entry.remote = R"(RemoteFilePath="/bin/app")";
-    const auto file = entry.parse();
-    ASSERT_TRUE(file);
-    EXPECT_EQ(file->localFilePath, " bin/../App ");
-    EXPECT_EQ(file->remoteFilePath, std::string("/bin/app"));
-}
-
-TEST(ParseFile, HasAnEmptyRemotePathWhenTheManifestStatesNone) {
-    Entry entry;
-    entry.remote = "";
-    const auto file = entry.parse();
-    ASSERT_TRUE(file);
-    ASSERT_TRUE(file->remoteFilePath);
-    EXPECT_EQ(*file->remoteFilePath, "");
-}
-
-TEST(ParseFile, AcceptsAnyDigestTextAndAnyDigestLength) {
-    Entry entry;
-    for (const char* hash : {"", R"(HashValue="")", R"(HashValue="***not base64***")"}) {
-        entry.hash = hash;
-        EXPECT_TRUE(entry.parse()) << hash;
-    }
-    entry.hash = R"(HashValue="/w==")";
-    EXPECT_EQ(entry.parse()->hashValue, std::vector<std::uint8_t>{0xff});
-    entry.hash = "";
-    EXPECT_TRUE(entry.parse()->hashValue.empty());
-}
-
-TEST(ParseFile, ReadsDecimalLengthsWithLeadingZerosAndSigns) {
-    EXPECT_EQ(ofLength("0").parse()->length, 0U);
-    EXPECT_EQ(ofLength("007").parse()->length, 7U);
-    EXPECT_EQ(ofLength("+5").parse()->length, 5U);
-    EXPECT_EQ(ofLength("4294967295").parse()->length, 4294967295U);
-}
-
-TEST(ParseFile, TakesANegativeLengthModuloTwoToThe32) {
-    EXPECT_EQ(ofLength("-1").parse()->length, 4294967295U);
-    EXPECT_EQ(ofLength("-4294967295").parse()->length, 1U);
-}
-
-TEST(ParseFile, RefusesLengthsThatAreNotA32BitNumber) {
-    for (const char* length : {"", "+", "-", "4294967296", "99999999999999999999", " 5", "5 ",
-                               "5 5", "+ 5", "--5", "0x10", "1e3", "1.0", "1,000", "five"}) {
-        EXPECT_FALSE(ofLength(length).parse()) << '"' << length << '"';
-    }
-    Entry entry;
-    entry.length = "";
-    EXPECT_FALSE(entry.parse()) << "no length at all";
-}
-
-TEST(ParseFile, RefusesAnEmptyNode) {
-    EXPECT_FALSE(parseFile(pugi::xml_node()));
-}
-
 TEST(ParseFirmwareDescription, ReadsEveryField) {
     Manifest manifest;
     manifest.rest = R"(<SupportedHwRevs><HwRev Value="A"/><HwRev Value="B2"/></SupportedHwRevs>)"
                     "<Files>" +
-                    Entry().text() + "</Files>";
+                    FileEntry().text() + "</Files>";
     const FirmwareDescription description = manifest.parsed();
     EXPECT_EQ(description.deviceType, DeviceType(DeviceType::Type::WOLMZB04));
     EXPECT_EQ(description.version, (Version{1, 2, 3, 4}));
@@ -361,13 +202,13 @@ TEST(ParseFirmwareDescription, SumsLengthsModuloTwoToThe32) {
 }
 
 TEST(ParseFirmwareDescription, KeepsFilesInDocumentOrderAndLeavesNoGapForRejectedOnes) {
-    Entry first = ofLength("1");
+    FileEntry first = ofLength("1");
     first.local = R"(LocalFilePath="z")";
-    Entry rejected = ofLength("1000");
+    FileEntry rejected = ofLength("1000");
     rejected.algorithm = R"(HashAlgorithm="SHA256")";
-    Entry second = ofLength("2");
+    FileEntry second = ofLength("2");
     second.local = R"(LocalFilePath="a")";
-    Entry third = ofLength("4");
+    FileEntry third = ofLength("4");
     third.local = R"(LocalFilePath="m")";
 
     Manifest manifest;
@@ -383,8 +224,8 @@ TEST(ParseFirmwareDescription, KeepsFilesInDocumentOrderAndLeavesNoGapForRejecte
 
 TEST(ParseFirmwareDescription, DoesNotLookAtTheNamesOfFileEntries) {
     Manifest manifest;
-    manifest.rest = "<Files>text<!-- comment -->" + Entry().text("Anything") +
-                    Entry().text("File") + "</Files>";
+    manifest.rest = "<Files>text<!-- comment -->" + FileEntry().text("Anything") +
+                    FileEntry().text("File") + "</Files>";
     EXPECT_EQ(manifest.parsed().files.size(), 2U);
 }
 
@@ -392,7 +233,7 @@ TEST(ParseFirmwareDescription, UsesTheFirstElementOfAName) {
     Manifest manifest;
     manifest.rest = R"(<Version Value="9.9.9.9"/>)"
                     "<Files>" +
-                    Entry().text() + "</Files><Files>" + Entry().text() + "</Files>";
+                    FileEntry().text() + "</Files><Files>" + FileEntry().text() + "</Files>";
     EXPECT_EQ(manifest.parsed().version, (Version{1, 2, 3, 4}));
     EXPECT_EQ(manifest.parsed().files.size(), 1U);
 
