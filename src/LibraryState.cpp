@@ -90,7 +90,8 @@ void LibraryStateGuard::logStructuredError(void* guard, xmlErrorPtr error) {
     if (error->level == XML_ERR_FATAL && error->domain == XML_FROM_PARSER &&
         error->ctxt != nullptr) {
         // The parser would go on looking for further faults, at the sender's expense of our time.
-        // xmlStopParser must not be called here: it frees the text that the parser is looking at.
+        // Not through xmlStopParser: that frees the text, which the parser of libxml2 2.9 may go on
+        // looking at when it comes back from an error.
         auto* const parser = static_cast<xmlParserCtxtPtr>(error->ctxt);
         parser->instate = XML_PARSER_EOF;
         parser->disableSAX = 1;

@@ -106,7 +106,7 @@ Usage measured(const std::function<void()>& work) {
 
 bool staysInside(const std::function<void()>& work) {
     return runs([&] {
-        if (!emulated() && !forbidOpening()) {
+        if (slowness() < 2 && !forbidOpening()) {
             ::_exit(3);
         }
         work();

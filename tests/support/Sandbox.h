@@ -18,8 +18,8 @@ struct Usage {
 // The child ends without destructors. Call while no other thread runs.
 Usage measured(const std::function<void()>& work);
 
-// Whether the work ends well where opening a file, a socket or a process is fatal. Always so where
-// the system cannot forbid it, such as under an emulator.
+// Whether the work ends well where opening a file, a socket or a process is fatal. It is not fatal
+// under an emulator, which cannot forbid it, and in builds whose sanitizer opens files itself.
 bool staysInside(const std::function<void()>& work);
 
 // Whether the work ends well with at most this many bytes of address space more than now. Always so
