@@ -23,7 +23,7 @@ EventQueue::~EventQueue() {
 }
 
 void EventQueue::post(const Event& event) const noexcept {
-    while (::write(writeEnd_, &event, sizeof event) < 0) {
+    while (::write(writeEnd_, &event, sizeof event) != static_cast<ssize_t>(sizeof event)) {
         pollfd writable = {writeEnd_, POLLOUT, 0};
         ::poll(&writable, 1, -1);
     }
