@@ -130,12 +130,37 @@ void addEntry(zip_t* archive, const ArchiveEntry& entry) {
     }
 }
 
-void verifyEntry(const std::string& archivePath, const ArchiveEntry& entry) {
-    if (!entry.expected) {
-        return;
+FileDigest digestIn(zip_t* archive, const std::string& archivePath, const std::string& name) {
+    const ZipFilePtr file(zip_fopen(archive, name.c_str(), 0));
+    if (!file) {
+        throw PackError("cannot read " + name + " in " + archivePath + ": " +
+                        zip_strerror(archive));
     }
-    if (digestEntry(archivePath, entry.name).sha256 != entry.expected->sha256) {
-        throw PackError(entry.name + " changed while it was packed");
+    Sha256 sha256;
+    std::uint64_t length = 0;
+    std::vector<char> chunk(256 * 1024);
+    for (;;) {
+        const zip_int64_t count = zip_fread(file.get(), chunk.data(), chunk.size());
+        if (count < 0) {
+            throw PackError("cannot read " + name + " in " + archivePath + ": " +
+                            zip_file_strerror(file.get()));
+        }
+        if (count == 0) {
+            return {sha256.finish(), length};
+        }
+        sha256.update(chunk.data(), static_cast<std::size_t>(count));
+        length += static_cast<std::uint64_t>(count);
+    }
+}
+
+void verifyEntries(const std::string& archivePath, const std::vector<ArchiveEntry>& entries) {
+    // Opened once: that takes time proportional to the number of entries.
+    const ArchivePtr archive = openArchive(archivePath, ZIP_RDONLY);
+    for (const ArchiveEntry& entry : entries) {
+        if (entry.expected &&
+            digestIn(archive.get(), archivePath, entry.name).sha256 != entry.expected->sha256) {
+            throw PackError(entry.name + " changed while it was packed");
+        }
     }
 }
 
@@ -154,34 +179,13 @@ void writeArchive(const std::string& path, const std::vector<ArchiveEntry>& entr
         failWriting(path, zip_strerror(archive.get()));
     }
     static_cast<void>(archive.release());  // freed by zip_close
-    for (const ArchiveEntry& entry : entries) {
-        verifyEntry(pending.name(), entry);
-    }
+    verifyEntries(pending.name(), entries);
     pending.moveIntoPlace();
 }
 
 FileDigest digestEntry(const std::string& archivePath, const std::string& name) {
     const ArchivePtr archive = openArchive(archivePath, ZIP_RDONLY);
-    const ZipFilePtr file(zip_fopen(archive.get(), name.c_str(), 0));
-    if (!file) {
-        throw PackError("cannot read " + name + " in " + archivePath + ": " +
-                        zip_strerror(archive.get()));
-    }
-    Sha256 sha256;
-    std::uint64_t length = 0;
-    std::vector<char> chunk(256 * 1024);
-    for (;;) {
-        const zip_int64_t count = zip_fread(file.get(), chunk.data(), chunk.size());
-        if (count < 0) {
-            throw PackError("cannot read " + name + " in " + archivePath + ": " +
-                            zip_file_strerror(file.get()));
-        }
-        if (count == 0) {
-            return {sha256.finish(), length};
-        }
-        sha256.update(chunk.data(), static_cast<std::size_t>(count));
-        length += static_cast<std::uint64_t>(count);
-    }
+    return digestIn(archive.get(), archivePath, name);
 }
 
 }  // namespace Norv::Corvane::Pack
