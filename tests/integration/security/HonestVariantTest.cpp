@@ -1,11 +1,9 @@
-// What an honest maker of manifests may do: everything here is signed by the trusted key over the
-// whole manifest, and has to be accepted and read as it was meant.
+#include "HonestVariant.h"
 
 #include <gmock/gmock.h>
 
 #include <boost/optional/optional_io.hpp>
 
-#include "Attack.h"
 #include "HostState.h"
 #include "KeyValues.h"
 #include "ManifestMutations.h"
@@ -13,23 +11,18 @@
 #include "PackageBuilder.h"
 
 namespace Norv::Corvane::Test {
-namespace {
-
-// Not an attack, but made the same way.
-struct Variant : Attack {
-    // Null for RSA.
-    const TestKey& (*key)() = rsaKey;
-};
-
-std::string nameOfVariant(const testing::TestParamInfo<Variant>& info) {
-    return info.param.name;
-}
-
 std::string unsignedManifest() {
     return withoutElement(honestManifest(), "Signature");
 }
 
-class HonestVariant : public testing::TestWithParam<Variant> {};
+std::string everywhere(std::string text, const std::string& from, const std::string& to) {
+    for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
+        text.replace(at, from.size(), to);
+    }
+    return text;
+}
+
+namespace {
 
 TEST_P(HonestVariant, IsAccepted) {
     const TestKey& key = GetParam().key();
@@ -92,13 +85,6 @@ Variant written(const std::string& name, const std::function<std::string(std::st
 // Somebody on the way changes what the signature does not cover.
 Variant handled(const std::string& name, const std::function<std::string(std::string)>& change) {
     return {{name, [=] { return change(honestManifest()); }}};
-}
-
-std::string everywhere(std::string text, const std::string& from, const std::string& to) {
-    for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
-        text.replace(at, from.size(), to);
-    }
-    return text;
 }
 
 const std::string more = "http://www.w3.org/2001/04/xmldsig-more#";
@@ -276,79 +262,6 @@ INSTANTIATE_TEST_SUITE_P(
                 [](const std::string& text) {
                     return insertedAfter(text, "<DigestValue>", "<!-- AAAA -->");
                 })),
-    nameOfVariant);
-
-// The signature where the maker's tool happens to put it.
-std::string signedAt(const std::string& place) {
-    const std::string text = insertedBefore(unsignedManifest(), place, SignatureForm().text());
-    return fillSignature(text, rsaKey());
-}
-
-std::string many(std::size_t files, const std::function<void(std::string&)>& edit = {}) {
-    PackageBuilder builder;
-    for (std::size_t i = 0; i < files; ++i) {
-        builder.firmware("opt/device/share/file" + std::to_string(i), std::to_string(i));
-    }
-    if (edit) {
-        builder.editXml(edit);
-    }
-    return builder.manifest();
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Size, HonestVariant,
-    testing::Values(Variant{{"SignatureFirst", [] { return signedAt("<ManufacturerId"); }}},
-                    Variant{{"SignatureInTheMiddle", [] { return signedAt("<Files>"); }}},
-                    Variant{{"SignatureLast", [] { return signedAt("</FirmwareDescription>"); }}},
-                    Variant{{"NoFiles", [] { return many(0); }}},
-                    Variant{{"FiveThousandFiles", [] { return many(5000); }}},
-                    Variant{{"TenThousandFilesWithADeclarationEach",
-                             [] {
-                                 return many(10000, [](std::string& text) {
-                                     text = everywhere(text, "<File ",
-                                                       "<File xmlns:xsi=\"http://www.w3.org/2001/"
-                                                       "XMLSchema-instance\" ");
-                                 });
-                             }}},
-                    Variant{{"HundredThousandHardwareRevisions",
-                             [] {
-                                 return PackageBuilder()
-                                     .editManifest([](Pack::Manifest& manifest) {
-                                         manifest.supportedHwRevs.assign(100000, "A");
-                                     })
-                                     .manifest();
-                             }}},
-                    Variant{{"LongValues",
-                             [] {
-                                 return PackageBuilder()
-                                     .firmware(std::string(200000, 'p'), "x")
-                                     .firmware(std::string(300000, 'q') + "&<>\"", "y")
-                                     .manifest();
-                             }}},
-                    Variant{{"ManyUnknownAttributes",
-                             [] {
-                                 return many(3000, [](std::string& text) {
-                                     std::string attributes;
-                                     for (int i = 0; i < 30; ++i) {
-                                         attributes += "Property" + std::to_string(i) + "=\"v\" ";
-                                     }
-                                     text = everywhere(text, "<File ", "<File " + attributes);
-                                 });
-                             }}},
-                    Variant{{"ManyNamespaces",
-                             [] {
-                                 return many(3000, [](std::string& text) {
-                                     std::string declarations;
-                                     for (int i = 0; i < 12; ++i) {
-                                         declarations +=
-                                             " xmlns:n" + std::to_string(i) +
-                                             "=\"http://schemas.example.com/firmware/2020/" +
-                                             std::to_string(i) + "\"";
-                                     }
-                                     text = replaced(text, "<FirmwareDescription",
-                                                     "<FirmwareDescription" + declarations);
-                                 });
-                             }}}),
     nameOfVariant);
 
 }  // namespace

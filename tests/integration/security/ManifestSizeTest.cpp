@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <ostream>
 
 #include "Norv/Corvane/Common/ErrorCodes.h"
 #include "Norv/Corvane/Common/FirmwarePackage.h"
@@ -87,6 +88,10 @@ struct Claim {
     std::string name;
     std::uint64_t size;
 };
+
+std::ostream& operator<<(std::ostream& out, const Claim& claim) {
+    return out << claim.name;
+}
 
 class ClaimedSize : public ManifestSize, public testing::WithParamInterface<Claim> {};
 

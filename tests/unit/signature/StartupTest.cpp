@@ -32,6 +32,10 @@ struct FailedStep {
     std::string message;
 };
 
+std::ostream& operator<<(std::ostream& out, const FailedStep& step) {
+    return out << step.function << " gives " << step.result;
+}
+
 class FailedInit : public testing::TestWithParam<FailedStep> {};
 
 TEST_P(FailedInit, IsLoggedAndReported) {
