@@ -27,8 +27,8 @@ std::string contents(int fd) {
     return text;
 }
 
-// In a cross build the emulator goes before the first word that names a program of this build. All
-// other programs are the machine's own.
+}  // namespace
+
 std::vector<std::string> withEmulator(std::vector<std::string> command) {
     const auto program = std::find_if(command.begin(), command.end(), [](const std::string& word) {
         return word.rfind(CORVANE_BUILD_DIR "/", 0) == 0;
@@ -39,8 +39,6 @@ std::vector<std::string> withEmulator(std::vector<std::string> command) {
     }
     return command;
 }
-
-}  // namespace
 
 Process::Process(const std::vector<std::string>& arguments)
     : out_(::memfd_create("out", MFD_CLOEXEC)), err_(::memfd_create("err", MFD_CLOEXEC)), id_(-1) {

@@ -13,12 +13,23 @@ struct ProcessResult {
     // Exit status, or 128 plus the signal that ended the process. 127 when it could not be started.
     int status = 0;
     std::string out;
-    std::string err;};
+    std::string err;
+};
+
+// In a cross build the emulator goes before the first word that names a program of this build, by
+// its full path. All other programs are the machine's own.
+std::vector<std::string> withEmulator(std::vector<std::string> command);
+
+// The style of death tests: a fresh process, except under an emulator, where a test executable
+// cannot start itself.
+inline const char* deathTestStyle() {
+    return *CORVANE_EMULATOR == '\0' ? "threadsafe" : "fast";
+}
 
 // A child process whose standard output and error are kept, in files, for `wait`. The first
-// argument is the program, searched in PATH; no shell takes part. A program of this build is to be
-// named by its full path, by which it is known to need the emulator of a cross build. Standard
-// input is /dev/null. Throws `std::runtime_error` when the system refuses.
+// argument is the program, searched in PATH; no shell takes part. Programs of this build start
+// under the emulator. Standard input is /dev/null. Throws `std::runtime_error` when the system
+// refuses.
 class Process {
 public:
     explicit Process(const std::vector<std::string>& arguments);

@@ -12,6 +12,7 @@
 #include <fstream>
 
 #include "Installation.h"
+#include "Process.h"
 
 namespace Norv::Corvane::Test {
 namespace {
@@ -65,7 +66,7 @@ TEST_F(ChangedPackage, TruncationInsideAFileIsAFailure) {
 }
 
 TEST_F(ChangedPackage, TruncationBeforeAFileEndsTheProcess) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    GTEST_FLAG_SET(death_test_style, deathTestStyle());
     EXPECT_EXIT(
         {
             auto firmware = validated(package(), files());

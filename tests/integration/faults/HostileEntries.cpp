@@ -8,6 +8,7 @@
 
 #include "Installation.h"
 #include "Norv/Corvane/Common/FirmwareZipValidator.h"
+#include "Process.h"
 #include "RawArchive.h"
 
 namespace Norv::Corvane::Test {
@@ -41,7 +42,7 @@ protected:
 
     // A listed entry that cannot be opened ends the process.
     void expectProcessEnd() {
-        GTEST_FLAG_SET(death_test_style, "threadsafe");
+        GTEST_FLAG_SET(death_test_style, deathTestStyle());
         EXPECT_EXIT(installed(), testing::KilledBySignal(SIGABRT), "");
     }
 };

@@ -13,6 +13,7 @@
 
 #include "Installation.h"
 #include "Norv/Corvane/Common/Installer.h"
+#include "Process.h"
 #include "TemporaryDirectory.h"
 
 namespace {
@@ -40,7 +41,7 @@ protected:
     // A process that is to die starts the test anew, in a child, and does not come to clean up: it
     // works in the directory of its parent.
     void SetUp() override {
-        GTEST_FLAG_SET(death_test_style, "threadsafe");
+        GTEST_FLAG_SET(death_test_style, deathTestStyle());
         constexpr const char* variable = "CORVANE_DEATH_TEST_DIRECTORY";
         if (const char* const inherited = std::getenv(variable)) {
             target = inherited;
