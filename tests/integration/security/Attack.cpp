@@ -3,8 +3,12 @@
 #include <gmock/gmock.h>
 
 #include <boost/optional/optional_io.hpp>
+#include <optional>
+#include <set>
+#include <string>
 
 #include "HostState.h"
+#include "LeakCheckPause.h"
 #include "ManifestReading.h"
 #include "Norv/Corvane/Common/ErrorCodes.h"
 #include "Norv/Corvane/Common/FirmwarePackage.h"
@@ -43,7 +47,18 @@ namespace {
 
 using Common::ValidationError;
 
+// xmlsec 1.2 loses an input buffer when the transform that reads from it fails at the end.
+bool makesXmlSecLoseMemory(const std::string& attack) {
+    static const std::set<std::string> attacks = {"Base64", "EnvelopedBehindCanonicalisation",
+                                                  "StyleSheetThatReads", "StyleSheetWithoutEnd"};
+    return attacks.count(attack) != 0;
+}
+
 TEST_P(AttackTest, IsRefused) {
+    std::optional<LeakCheckPause> pause;
+    if (makesXmlSecLoseMemory(GetParam().name)) {
+        pause.emplace();
+    }
     const TemporaryDirectory directory;
     const KeyFiles keys = writeKey(rsaKey(), directory);
     Common::FirmwareDescriptionValidator validator;

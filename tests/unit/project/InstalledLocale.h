@@ -11,23 +11,15 @@
 #include <stdexcept>
 #include <string>
 
-// There in builds with AddressSanitizer only.
-extern "C" void __lsan_disable() __attribute__((weak));
-extern "C" void __lsan_enable() __attribute__((weak));
+#include "LeakCheckPause.h"
 
 namespace Norv::Ombrel::Project {
 
 // The C library never frees the search path that it makes of LOCPATH when it loads a locale.
 template <typename Load>
 auto withoutLeakCheck(const Load& load) {
-    if (__lsan_disable) {
-        __lsan_disable();
-    }
-    auto result = load();
-    if (__lsan_enable) {
-        __lsan_enable();
-    }
-    return result;
+    const Corvane::Test::LeakCheckPause pause;
+    return load();
 }
 
 // Compiles the locale and makes it known to the process. The destructor sets the "C" locale again

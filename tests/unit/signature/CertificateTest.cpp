@@ -5,6 +5,7 @@
 #include <boost/optional/optional_io.hpp>
 
 #include "HostState.h"
+#include "LeakCheckPause.h"
 #include "Norv/Corvane/Common/ErrorCodes.h"
 #include "PackageBuilder.h"
 
@@ -42,6 +43,7 @@ protected:
 };
 
 TEST_F(Certificate, IsDroppedWhenTheNextFileDoesNotExist) {
+    const LeakCheckPause pause;  // xmlsec 1.2 loses the stream of a file that cannot be opened
     expectNotLoaded(directory / "none.pem");
 }
 
@@ -100,6 +102,7 @@ TEST_F(Certificate, MayBeOpenedAgainAfterClose) {
 
 TEST_F(Certificate, LoadsByItselfAsWell) {
     EXPECT_NE(Common::FirmwareDescriptionValidator::LoadTrustedCert(keys.certificate), nullptr);
+    const LeakCheckPause pause;  // xmlsec 1.2 loses the stream of a file that cannot be opened
     EXPECT_EQ(Common::FirmwareDescriptionValidator::LoadTrustedCert(directory / "none"), nullptr);
 }
 
