@@ -104,6 +104,9 @@ TEST_F(FirmwareIndexLock, MakesALoadThrowIfTheFileIsEmptiedWhileItWaits) {
     EXPECT_EQ(loader.wait(), "exit 1");
 }
 
+// Bytes that a process is in the midst of at nearly every moment, however little it gets to run.
+constexpr std::size_t longTime = std::size_t{16} << 20;
+
 // Stops `worker` at many moments. Whenever it is in the midst of the file it has to hold `lock`.
 void expectLockInTheMidst(ChildProcess& worker, const LockedFile& file,
                           const std::filesystem::path& path, std::size_t size, Lock lock) {
@@ -122,7 +125,9 @@ void expectLockInTheMidst(ChildProcess& worker, const LockedFile& file,
 }
 
 TEST_F(FirmwareIndexLock, IsHeldExclusivelyByASaveAsLongAsItWrites) {
-    const Firmwares firmwares = document('a', 10000);
+    // Of one long text, so that writing takes nearly all the time of a save.
+    Firmwares firmwares = document('a', 1);
+    firmwares.firmwares[0].filename.assign(longTime, 'a');
     ChildProcess saver([&] {
         while (true) {
             Save(path_, firmwares);
@@ -133,7 +138,8 @@ TEST_F(FirmwareIndexLock, IsHeldExclusivelyByASaveAsLongAsItWrites) {
 }
 
 TEST_F(FirmwareIndexLock, IsHeldSharedByALoadAsLongAsItReads) {
-    const std::string content = text(document('a', 10000));
+    // Of blanks, so that reading takes nearly all the time of a load.
+    const std::string content = "[" + std::string(longTime, ' ') + "]";
     file_.write(content);
     ChildProcess loader([&] {
         while (true) {
