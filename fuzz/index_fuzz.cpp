@@ -18,16 +18,26 @@ namespace {
 namespace FirmwareIndex = Norv::Corvane::Common::FirmwareIndex;
 
 // One file per process, replaced by each input.
-const std::string& indexPath() {
-    static const std::string path = [] {
-        std::string name = "/tmp/corvane-index-XXXXXX";
-        const int descriptor = mkstemp(&name[0]);
+class IndexFile {
+public:
+    IndexFile() {
+        const int descriptor = mkstemp(&path_[0]);
         require(descriptor >= 0, "a temporary file");
         ::close(descriptor);
-        std::atexit([] { ::unlink(indexPath().c_str()); });
-        return name;
-    }();
-    return path;
+    }
+    IndexFile(const IndexFile&) = delete;
+    IndexFile& operator=(const IndexFile&) = delete;
+    ~IndexFile() { ::unlink(path_.c_str()); }
+
+    const std::string& path() const { return path_; }
+
+private:
+    std::string path_ = "/tmp/corvane-index-XXXXXX";
+};
+
+const std::string& indexPath() {
+    static const IndexFile file;
+    return file.path();
 }
 
 }  // namespace
