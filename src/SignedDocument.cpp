@@ -123,9 +123,6 @@ SignedDocument::SignedDocument(boost::string_view text) {
 
 _xmlNode* SignedDocument::signature() const {
     xmlNode* const root = xmlDocGetRootElement(document_.get());
-    if (root == nullptr) {
-        return nullptr;
-    }
     xmlNode* const signature = xmlSecFindNode(root, xmlSecNodeSignature, xmlSecDSigNs);
     return signature != nullptr && signature->parent == root ? signature : nullptr;
 }

@@ -1,6 +1,7 @@
 // Saving and loading the index on real files, by one process at a time.
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <boost/interprocess/exceptions.hpp>
@@ -135,6 +136,27 @@ TEST_F(FirmwareIndexFile, ThrowsWhenItIsSavedOverADirectory) {
 
 TEST_F(FirmwareIndexFile, ThrowsForAnEmptyFile) {
     EXPECT_EQ(loadError(""), boost::json::error::incomplete);
+}
+
+TEST_F(FirmwareIndexFile, ThrowsWithoutAFreeDescriptor) {
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "UndefinedBehaviorSanitizer looks at objects through a pipe of its own";
+#endif
+    const std::filesystem::path file = write("[]");
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+    rlimit none = before;
+    none.rlim_cur = 0;
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    boost::system::error_code code;
+    try {
+        Load(file);
+    } catch (const boost::system::system_error& error) {
+        code = error.code();
+    }
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
+    EXPECT_EQ(code, boost::json::error::not_array);
+    EXPECT_EQ(Load(file), Firmwares{});
 }
 
 TEST_F(FirmwareIndexFile, ThrowsForEveryTruncationOfADocument) {

@@ -4,6 +4,7 @@
 #include <spdlog/spdlog.h>
 
 #include <boost/optional/optional_io.hpp>
+#include <csignal>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
@@ -14,6 +15,7 @@
 #include "Digest.h"
 #include "LogCapture.h"
 #include "Norv/Corvane/Common/ErrorCodes.h"
+#include "Process.h"
 #include "StubValidator.h"
 #include "TemporaryDirectory.h"
 
@@ -229,6 +231,14 @@ TEST_F(FirmwarePackageTest, RefusesDigestsThatAreNot32BytesLong) {
     digest.resize(31);
     EXPECT_FALSE(package.validate(recordOf("app", digest))) << "a prefix of the true digest";
     EXPECT_FALSE(package.validate(recordOf("app", {})));
+}
+
+TEST_F(FirmwarePackageTest, EndsTheProcessForAnAlgorithmThatDoesNotExist) {
+    GTEST_FLAG_SET(death_test_style, deathTestStyle());
+    const FirmwarePackage package = packageOf({{"app", "data"}});
+    File file = recordOf("app", digestOf("data"));
+    file.hashAlgorithm = static_cast<HashAlgorithm>(7);
+    EXPECT_EXIT(package.validate(file), testing::KilledBySignal(SIGABRT), "");
 }
 
 TEST_F(FirmwarePackageTest, ThrowsLibzipsTextForAnEntryThatIsNotThere) {

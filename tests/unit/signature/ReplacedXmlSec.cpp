@@ -1,9 +1,12 @@
 #include "ReplacedXmlSec.h"
 
 #include <dlfcn.h>
+#include <libxml/parser.h>
+#include <openssl/ui.h>
 #include <xmlsec/keysmngr.h>
 #include <xmlsec/openssl/app.h>
 #include <xmlsec/openssl/crypto.h>
+#include <xmlsec/xmldsig.h>
 #include <xmlsec/xmlsec.h>
 
 #include <cstdlib>
@@ -99,6 +102,42 @@ int xmlSecOpenSSLAppDefaultKeysMngrAdoptKey(xmlSecKeysMngrPtr manager, xmlSecKey
     return fails(name)
                ? failure
                : real<decltype(xmlSecOpenSSLAppDefaultKeysMngrAdoptKey)>(name)(manager, key);
+}
+
+xmlSecDSigCtxPtr xmlSecDSigCtxCreate(xmlSecKeysMngrPtr manager) {
+    constexpr const char* name = "xmlSecDSigCtxCreate";
+    return fails(name) ? nullptr : real<decltype(xmlSecDSigCtxCreate)>(name)(manager);
+}
+
+int xmlSecDSigCtxEnableReferenceTransform(xmlSecDSigCtxPtr context, xmlSecTransformId id) {
+    constexpr const char* name = "xmlSecDSigCtxEnableReferenceTransform";
+    return fails(name) ? failure
+                       : real<decltype(xmlSecDSigCtxEnableReferenceTransform)>(name)(context, id);
+}
+
+int xmlSecDSigCtxEnableSignatureTransform(xmlSecDSigCtxPtr context, xmlSecTransformId id) {
+    constexpr const char* name = "xmlSecDSigCtxEnableSignatureTransform";
+    return fails(name) ? failure
+                       : real<decltype(xmlSecDSigCtxEnableSignatureTransform)>(name)(context, id);
+}
+
+// What libxml2 does when it is older than the program wants it to be.
+void xmlCheckVersion(int version) {
+    if (fails("xmlCheckVersion") && version == 20912) {
+        xmlGenericError(xmlGenericErrorContext, "program compiled against libxml %d\n", version);
+    } else {
+        real<decltype(xmlCheckVersion)>("xmlCheckVersion")(version);
+    }
+}
+
+xmlParserCtxtPtr xmlNewParserCtxt() {
+    constexpr const char* name = "xmlNewParserCtxt";
+    return fails(name) ? nullptr : real<decltype(xmlNewParserCtxt)>(name)();
+}
+
+UI_METHOD* UI_create_method(const char* title) {
+    constexpr const char* name = "UI_create_method";
+    return fails(name) ? nullptr : real<decltype(UI_create_method)>(name)(title);
 }
 }
 

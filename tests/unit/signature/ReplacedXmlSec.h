@@ -1,6 +1,6 @@
-// Functions of xmlsec that fail on demand.
+// Functions of xmlsec, libxml2 and OpenSSL that fail on demand.
 //
-// The test program defines them itself, so that the library finds them before xmlsec's own.
+// The test program defines them itself, so that the library finds them before the real ones.
 
 #pragma once
 
@@ -8,8 +8,9 @@
 
 namespace Norv::Corvane::Test {
 
-// While it lives, the named function returns this and does nothing. As long as one of the functions
-// that start a library up is named, the others of them do nothing either and report success.
+// While it lives, the named function does nothing and returns this, or null if it makes something.
+// As long as one of the functions that start a library up is named, the others of them do nothing
+// either and report success.
 class Failure {
 public:
     Failure(const std::string& function, int result = -1);

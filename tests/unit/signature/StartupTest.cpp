@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 
 #include <boost/optional/optional_io.hpp>
+#include <new>
+#include <string>
 
 #include "HostState.h"
 #include "Keys.h"
@@ -99,6 +101,15 @@ TEST_F(Startup, ThatFailedMayBeRepeated) {
     FirmwareDescriptionValidator::Deinit();
 }
 
+TEST_F(Startup, LogsThatLibxml2IsTooOld) {
+    const Failure failure("xmlCheckVersion");
+    EXPECT_FALSE(FirmwareDescriptionValidator::Init());
+    const LogRecord complaint{spdlog::level::debug,
+                              "libxml2: line 0: program compiled against libxml 20912", "log"};
+    EXPECT_THAT(log.allRecords(), ElementsAre(complaint));
+    FirmwareDescriptionValidator::Deinit();
+}
+
 struct FailedLoad : Startup {
     FailedLoad() { EXPECT_FALSE(FirmwareDescriptionValidator::Init()); }
     ~FailedLoad() override { FirmwareDescriptionValidator::Deinit(); }
@@ -128,6 +139,37 @@ TEST_F(FailedLoad, OfTheAdoptionIsLogged) {
     const Failure failure("xmlSecOpenSSLAppDefaultKeysMngrAdoptKey", -6);
     expectFailure("xmlSecCryptoAppDefaultKeysMngrAdoptKey failed with -6");
 }
+
+TEST_F(FailedLoad, ForWantOfMemoryThrows) {
+    const Failure failure("UI_create_method");
+    EXPECT_THROW(FirmwareDescriptionValidator::LoadTrustedCert(keys.certificate), std::bad_alloc);
+    EXPECT_THAT(log.records(), IsEmpty());
+}
+
+struct FailedVerification : Startup, testing::WithParamInterface<std::string> {
+    FailedVerification() { EXPECT_FALSE(FirmwareDescriptionValidator::Init()); }
+    ~FailedVerification() override { FirmwareDescriptionValidator::Deinit(); }
+};
+
+TEST_P(FailedVerification, GivesNoVerdict) {
+    FirmwareDescriptionValidator validator;
+    ASSERT_FALSE(validator.Open(keys.certificate));
+    SignatureForm form;
+    form.method = Algorithm::ecdsaSha256;
+    const std::string manifest = signAs("<a></a>", form, ecKey());
+    {
+        const Failure failure(GetParam());
+        EXPECT_EQ(validator.ValidateSignature(manifest), boost::none);
+    }
+    EXPECT_EQ(validator.ValidateSignature(manifest), true);
+    EXPECT_THAT(log.records(), IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Step, FailedVerification,
+                         testing::Values("xmlNewParserCtxt", "xmlSecDSigCtxCreate",
+                                         "xmlSecDSigCtxEnableReferenceTransform",
+                                         "xmlSecDSigCtxEnableSignatureTransform"),
+                         [](const auto& parameter) { return parameter.param; });
 
 }  // namespace
 }  // namespace Norv::Corvane::Test

@@ -1,7 +1,13 @@
 #include <gmock/gmock.h>
+#include <spdlog/sinks/base_sink.h>
+#include <spdlog/spdlog.h>
 
 #include <boost/optional/optional_io.hpp>
 #include <climits>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
 
 #include "HostState.h"
 #include "ManifestMutations.h"
@@ -141,6 +147,45 @@ TEST_F(ValidateSignature, ComplainsALittleWhateverTheText) {
         EXPECT_EQ(record.message.find('\n'), std::string::npos) << record;
         EXPECT_LT(record.message.size(), 2000U);
     }
+}
+
+TEST_F(ValidateSignature, IsEmptyWithoutALookForWhatWouldTakeTooLongToParse) {
+    std::string text = "<R";
+    for (int i = 0; i < 20000; ++i) {
+        text += " a" + std::to_string(i) + "=''";
+    }
+    EXPECT_EQ(validator.ValidateSignature(text + "/></R>"), boost::none);
+    // The parser would have complained.
+    EXPECT_THAT(log.allRecords(), IsEmpty());
+}
+
+// The exceptions of standard classes stay in the logger.
+class ThrowingSink : public spdlog::sinks::base_sink<std::mutex> {
+public:
+    int calls = 0;
+
+protected:
+    void sink_it_(const spdlog::details::log_msg& /*message*/) override {
+        ++calls;
+        throw 0;
+    }
+    void flush_() override {}
+};
+
+// The complaints come from within libraries that know no exceptions.
+TEST_F(ValidateSignature, SurvivesALoggerThatThrows) {
+    const std::string other = withContent(manifest, "SignatureValue", "AAAA");
+    const auto verdict = validator.ValidateSignature(other);
+    const auto sink = std::make_shared<ThrowingSink>();
+    auto logger = std::make_shared<spdlog::logger>("throwing", sink);
+    logger->set_level(spdlog::level::debug);
+    spdlog::set_default_logger(std::move(logger));
+
+    EXPECT_EQ(validator.ValidateSignature("<a>"), boost::none);
+    EXPECT_GT(std::exchange(sink->calls, 0), 0);
+    EXPECT_EQ(validator.ValidateSignature(other), verdict);
+    EXPECT_GT(sink->calls, 0);
+    EXPECT_EQ(validator.ValidateSignature(manifest), true);
 }
 
 // The parser is stopped while it looks at such text; see memory checkers for the proof.
