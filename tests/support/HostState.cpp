@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <stdexcept>
+#include <vector>
 
 namespace Norv::Corvane::Test {
 namespace {
@@ -43,7 +44,33 @@ void raiseErrors() {
     ERR_raise(ERR_LIB_USER, 8);
 }
 
-}  // namespace
+// While it lives, the host's state is one that a test can tell from any other.
+class HostState {
+public:
+    HostState();
+    ~HostState();
+    HostState(const HostState&) = delete;
+    HostState& operator=(const HostState&) = delete;
+
+    // To be called once.
+    std::string changes();
+
+private:
+    static void countStructured(void* state, xmlErrorPtr error);
+    static void countGeneric(void* state, const char* format, ...);
+
+    std::string handlerChanges() const;
+
+    int calls_ = 0;
+    int streams_[2];
+    int files_[2];
+    std::vector<std::string> errors_;
+    const void* passwordMethod_;
+    void* structuredContext_;
+    xmlStructuredErrorFunc structured_;
+    void* genericContext_;
+    xmlGenericErrorFunc generic_;
+};
 
 HostState::HostState()
     : passwordMethod_(UI_get_default_method()),
@@ -91,7 +118,7 @@ std::string HostState::changes() {
     return found;
 }
 
-void HostState::countStructured(void* state, _xmlError* /*error*/) {
+void HostState::countStructured(void* state, xmlErrorPtr /*error*/) {
     ++static_cast<HostState*>(state)->calls_;
 }
 
@@ -105,6 +132,14 @@ std::string HostState::handlerChanges() const {
     return std::string(kept ? "" : "[libxml2's handlers changed]") +
            (calls_ == 0 ? "" : "[the host's handlers were called]") +
            (UI_get_default_method() == passwordMethod_ ? "" : "[OpenSSL's prompt changed]");
+}
+
+}  // namespace
+
+std::string changesToHost(const std::function<void()>& work) {
+    HostState host;
+    work();
+    return host.changes();
 }
 
 }  // namespace Norv::Corvane::Test

@@ -3,41 +3,15 @@
 
 #pragma once
 
+#include <functional>
 #include <string>
-#include <vector>
-
-struct _xmlError;
 
 namespace Norv::Corvane::Test {
 
-// While it lives, the process has two errors in OpenSSL's queue and error handlers of the test's
-// own, and its output goes to files. Its end puts back what was there.
-class HostState {
-public:
-    HostState();
-    ~HostState();
-    HostState(const HostState&) = delete;
-    HostState& operator=(const HostState&) = delete;
-
-    // What is no longer as it was, and what was written; empty when there is nothing to complain
-    // about. To be called once.
-    std::string changes();
-
-private:
-    static void countStructured(void* state, _xmlError* error);
-    static void countGeneric(void* state, const char* format, ...);
-
-    std::string handlerChanges() const;
-
-    int calls_ = 0;
-    int streams_[2];
-    int files_[2];
-    std::vector<std::string> errors_;
-    const void* passwordMethod_;
-    void* structuredContext_;
-    void (*structured_)(void*, _xmlError*);
-    void* genericContext_;
-    void (*generic_)(void*, const char*, ...);
-};
+// Runs the work as a host with two errors in OpenSSL's queue and error handlers of its own would,
+// and tells what is no longer as it was, and what was written; empty when there is nothing to
+// complain about. Puts back what was there before. While the work runs, output of the process goes
+// to files: what a test finds there shows in the result only.
+std::string changesToHost(const std::function<void()>& work);
 
 }  // namespace Norv::Corvane::Test

@@ -35,9 +35,9 @@ protected:
 };
 
 TEST_F(ValidateSignature, IsTrueForTheTrustedKey) {
-    HostState host;
-    EXPECT_EQ(validator.ValidateSignature(manifest), true);
-    EXPECT_EQ(host.changes(), "");
+    boost::optional<bool> verdict;
+    EXPECT_EQ(changesToHost([&] { verdict = validator.ValidateSignature(manifest); }), "");
+    EXPECT_EQ(verdict, true);
     EXPECT_THAT(log.records(), IsEmpty());
 }
 
