@@ -28,7 +28,7 @@ KeyPtr load(const TestKey& key) {
 std::string numberOf(const EVP_PKEY* key, const char* name) {
     BIGNUM* found = nullptr;
     if (EVP_PKEY_get_bn_param(key, name, &found) != 1) {
-        throw std::runtime_error("not an RSA key");
+        throw std::runtime_error("a key of another kind");
     }
     const std::unique_ptr<BIGNUM, decltype(&BN_free)> number(found, BN_free);
     std::string bytes(static_cast<std::size_t>(BN_num_bytes(number.get())), '\0');
@@ -58,11 +58,35 @@ std::string publicKeyDer(const TestKey& key) {
     return bytes;
 }
 
+std::string certificateDer(const TestKey& key) {
+    const std::string& pem = key.certificatePem;
+    const std::unique_ptr<BIO, decltype(&BIO_free)> text(
+        BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size())), BIO_free);
+    const std::unique_ptr<X509, decltype(&X509_free)> certificate(
+        PEM_read_bio_X509(text.get(), nullptr, nullptr, nullptr), X509_free);
+    unsigned char* der = nullptr;
+    const int length = i2d_X509(certificate.get(), &der);
+    if (length <= 0) {
+        throw std::runtime_error("no certificate");
+    }
+    const std::string bytes(reinterpret_cast<char*>(der), static_cast<std::size_t>(length));
+    OPENSSL_free(der);
+    return bytes;
+}
+
 std::string rsaKeyValue(const TestKey& key) {
     const KeyPtr loaded = load(key);
-    return "<RSAKeyValue><Modulus>" + base64(numberOf(loaded.get(), OSSL_PKEY_PARAM_RSA_N)) +
-           "</Modulus><Exponent>" + base64(numberOf(loaded.get(), OSSL_PKEY_PARAM_RSA_E)) +
-           "</Exponent></RSAKeyValue>";
+    const auto number = [&](const char* name) { return base64(numberOf(loaded.get(), name)); };
+    return "<RSAKeyValue><Modulus>" + number(OSSL_PKEY_PARAM_RSA_N) + "</Modulus><Exponent>" +
+           number(OSSL_PKEY_PARAM_RSA_E) + "</Exponent></RSAKeyValue>";
+}
+
+std::string dsaKeyValue(const TestKey& key) {
+    const KeyPtr loaded = load(key);
+    const auto number = [&](const char* name) { return base64(numberOf(loaded.get(), name)); };
+    return "<DSAKeyValue><P>" + number(OSSL_PKEY_PARAM_FFC_P) + "</P><Q>" +
+           number(OSSL_PKEY_PARAM_FFC_Q) + "</Q><G>" + number(OSSL_PKEY_PARAM_FFC_G) + "</G><Y>" +
+           number(OSSL_PKEY_PARAM_PUB_KEY) + "</Y></DSAKeyValue>";
 }
 
 std::string hmacKeyValue(const std::string& secret) {

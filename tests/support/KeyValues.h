@@ -13,8 +13,11 @@ std::string base64(const std::string& bytes);
 // The SubjectPublicKeyInfo of a key.
 std::string publicKeyDer(const TestKey& key);
 
-// An RSAKeyValue element.
+std::string certificateDer(const TestKey& key);
+
+// An RSAKeyValue or DSAKeyValue element.
 std::string rsaKeyValue(const TestKey& key);
+std::string dsaKeyValue(const TestKey& key);
 
 // An HMACKeyValue element as xmlsec writes it.
 std::string hmacKeyValue(const std::string& secret);

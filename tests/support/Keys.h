@@ -9,7 +9,7 @@
 
 namespace Norv::Corvane::Test {
 
-// A private key and the self-signed certificate of its public half.
+// A private key and a certificate of its public half, self-signed unless told otherwise.
 struct TestKey {
     std::string keyPem;
     std::string certificatePem;
@@ -28,6 +28,15 @@ const TestKey& strangerKey();
 
 // A P-256 key; cheap to make.
 const TestKey& ecKey();
+
+// A DSA key of 1024 bits, as there were when DSA was in use.
+const TestKey& dsaKey();
+
+// Of a certificate authority. Its certificate names it "corvane test authority".
+const TestKey& authorityKey();
+
+// An RSA key whose certificate the authority signed, for "corvane test leaf", number 1.
+const TestKey& issuedKey();
 
 // Writes `name`.key.pem and `name`.cert.pem into the directory.
 KeyFiles writeKey(const TestKey& key, const TemporaryDirectory& directory,

@@ -26,6 +26,7 @@ inline const std::string sha384 = "http://www.w3.org/2001/04/xmldsig-more#sha384
 inline const std::string sha512 = "http://www.w3.org/2001/04/xmlenc#sha512";
 inline const std::string rsaSha1 = "http://www.w3.org/2000/09/xmldsig#rsa-sha1";
 inline const std::string rsaSha256 = "http://www.w3.org/2001/04/xmldsig-more#rsa-sha256";
+inline const std::string dsaSha1 = "http://www.w3.org/2000/09/xmldsig#dsa-sha1";
 inline const std::string ecdsaSha256 = "http://www.w3.org/2001/04/xmldsig-more#ecdsa-sha256";
 }  // namespace Algorithm
 

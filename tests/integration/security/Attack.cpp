@@ -14,6 +14,7 @@
 #include "Norv/Corvane/Common/FirmwarePackage.h"
 #include "PackageBuilder.h"
 #include "Sandbox.h"
+#include "TrustStore.h"
 
 namespace Norv::Corvane::Test {
 
@@ -61,6 +62,7 @@ TEST_P(AttackTest, IsRefused) {
     }
     const TemporaryDirectory directory;
     const KeyFiles keys = writeKey(rsaKey(), directory);
+    const TrustStore store(authorityKey());
     Common::FirmwareDescriptionValidator validator;
     ASSERT_FALSE(validator.Open(keys.certificate));
     const std::string manifest = GetParam().manifest();
