@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 #include <locale>
+#include <string>
 #include <string_view>
 
 namespace Norv::Corvane::Common::ManifestText {
@@ -94,17 +95,40 @@ std::string_view declaredEncoding(std::string_view text) {
     return declaration.substr(open + 1, close - open - 1);
 }
 
-// Encodings in which a text of ASCII bytes is that ASCII text.
+struct Family {
+    std::string_view prefix;
+    // What may follow the prefix, between blanks.
+    std::string_view members;
+};
+
+bool isMember(const Family& family, std::string_view encoding, const std::locale& c) {
+    if (!boost::istarts_with(encoding, family.prefix, c)) {
+        return false;
+    }
+    const std::string member = " " + std::string(encoding.substr(family.prefix.size())) + " ";
+    return boost::icontains(family.members, member, c);
+}
+
+// Encodings in which a text of ASCII bytes is that ASCII text. Whole names only: what merely begins
+// like one of them is another encoding, or none.
 bool extendsAscii(std::string_view encoding) {
-    static constexpr std::array<std::string_view, 7> prefixes = {
-        "ISO-8859-", "ISO8859-", "ISO_8859-", "windows-125", "CP125", "KOI8-", "EUC-"};
-    static constexpr std::array<std::string_view, 8> names = {
-        "US-ASCII", "ASCII", "ISO646-US", "latin1", "GB2312", "GBK", "GB18030", "Big5"};
+    static constexpr std::string_view iso8859 =
+        " 1 2 3 4 5 6 7 8 9 10 11 13 14 15 16 6-E 6-I 8-E 8-I ";
+    static constexpr std::string_view codePages = " 1250 1251 1252 1253 1254 1255 1256 1257 1258 ";
+    static constexpr std::array<Family, 8> families = {
+        {{"ISO-8859-", iso8859},
+         {"ISO8859-", iso8859},
+         {"ISO_8859-", iso8859},
+         {"windows-", codePages},
+         {"CP", codePages},
+         {"KOI8-", " R U RU T "},
+         {"EUC-", " CN JP JP-MS JISX0213 KR TW "},
+         {"", " US-ASCII ASCII ISO646-US latin1 GB2312 GBK GB18030 Big5 "}}};
     const std::locale& c = std::locale::classic();
-    const auto begins = [&](auto prefix) { return boost::istarts_with(encoding, prefix, c); };
-    const auto equals = [&](auto name) { return boost::iequals(encoding, name, c); };
-    return std::any_of(prefixes.begin(), prefixes.end(), begins) ||
-           std::any_of(names.begin(), names.end(), equals);
+    // A blank would let a name pass for several.
+    return encoding.find(' ') == std::string_view::npos &&
+           std::any_of(families.begin(), families.end(),
+                       [&](const Family& family) { return isMember(family, encoding, c); });
 }
 
 }  // namespace
