@@ -43,6 +43,13 @@ std::string insertedAfter(const std::string& text, const std::string& place,
     return std::string(text).insert(find(text, place) + place.size(), what);
 }
 
+std::string everywhere(std::string text, const std::string& from, const std::string& to) {
+    for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
+        text.replace(at, from.size(), to);
+    }
+    return text;
+}
+
 std::string elementOf(const std::string& text, const std::string& name) {
     const Range range = rangeOf(text, name);
     return text.substr(range.begin, range.end - range.begin);

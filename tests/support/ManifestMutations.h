@@ -1,7 +1,7 @@
 // Changes that an attacker makes to the text of a signed manifest.
 //
-// All of them throw `std::runtime_error` when the text does not have the place that they change, so
-// that no attack turns harmless without notice.
+// Unless told otherwise they throw `std::runtime_error` when the text does not have the place that
+// they change, so that no attack turns harmless without notice.
 
 #pragma once
 
@@ -15,6 +15,9 @@ std::string insertedBefore(const std::string& text, const std::string& place,
                            const std::string& what);
 std::string insertedAfter(const std::string& text, const std::string& place,
                           const std::string& what);
+
+// Every occurrence replaced; there need not be any.
+std::string everywhere(std::string text, const std::string& from, const std::string& to);
 
 // From the start tag of the first element of this name to its end tag. For elements without a
 // prefix that have an end tag.

@@ -22,9 +22,6 @@ inline std::string nameOfVariant(const testing::TestParamInfo<Variant>& info) {
 // The honest manifest before it is signed.
 std::string unsignedManifest();
 
-// With every occurrence replaced.
-std::string everywhere(std::string text, const std::string& from, const std::string& to);
-
 class HonestVariant : public testing::TestWithParam<Variant> {};
 
 }  // namespace Norv::Corvane::Test

@@ -70,14 +70,18 @@ HostileText around(const std::string& name, std::size_t instructions) {
             }};
 }
 
-// Digests are right, so that the check goes through all of it before it sees the signature.
+// The digests, all the same one, are right, so that the check goes through all of it before it sees
+// the signature.
 HostileText references(const std::string& name, std::size_t count) {
     return {name, [=](std::size_t size) {
                 SignatureForm form;
                 form.references.assign(count, form.references[0]);
-                const std::size_t room = size - form.text().size() - 100 * count - 400;
-                return fillSignature("<R>" + repeated("<a/>", room / 4) + form.text() + "</R>",
-                                     strangerKey());
+                const std::string many = meaninglessSignature(form);
+                const std::string head = "<R>" + repeated("<a/>", (size - many.size()) / 4);
+                const std::string one =
+                    fillSignature(head + SignatureForm().text() + "</R>", strangerKey());
+                const std::string digest = elementOf(one, "DigestValue");
+                return head + everywhere(many, "<DigestValue>AAAA</DigestValue>", digest) + "</R>";
             }};
 }
 
