@@ -141,6 +141,19 @@ TEST_F(CancellationTest, DuringTheLastFileStillCancels) {
     EXPECT_THAT(log.records(), ElementsAre(requested, canceled));
 }
 
+TEST_F(CancellationTest, IsLoggedBeforeItIsReported) {
+    Checkpoint checkpoint;
+    std::vector<LogRecord> before;
+    {
+        Installer installer(target.path());
+        installer.Install(
+            unsignedPackage(PackageBuilder().firmware("only", std::string(2048, 'x'))),
+            [&](unsigned int) { checkpoint.pass(); }, [&](bool) { before = log.records(); });
+        checkpoint.whileHeld([&] { installer.Cancel(); });
+    }
+    EXPECT_THAT(before, ElementsAre(requested, canceled));
+}
+
 TEST_F(CancellationTest, LogsTheRequestEachTimeButCancelsOnce) {
     Checkpoint checkpoint;
     {

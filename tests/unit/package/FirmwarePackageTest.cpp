@@ -358,6 +358,30 @@ TEST_F(FirmwarePackageTest, StaysUsableAfterAFailure) {
     EXPECT_TRUE(package.validate(recordOf("app", digestOf("data"))));
 }
 
+TEST_F(FirmwarePackageTest, HasNothingJudgedOfAManifestThatCannotBeReadToItsEnd) {
+    std::string text;
+    for (int i = 0; text.size() < 600000; ++i) {
+        text += std::to_string(i);
+    }
+    writeArchive((directory / "package.zip").native(), {{manifestName, text}});
+    std::string bytes = readFile(directory / "package.zip");
+    bytes.replace(bytes.size() * 3 / 4, 64, 64, '\xff');
+    const auto package = FirmwarePackage::Create(directory.write("bad.zip", bytes));
+    ASSERT_TRUE(package);
+    libzip::file entry = package->archive().open(manifestName);
+    ASSERT_FALSE(entry.read(256 * 1024).empty()) << "the beginning can be read";
+    const StubValidator validator(true);
+    EXPECT_EQ(errorOf(*package, validator), ValidationError::XmlParsingFailed);
+    EXPECT_THAT(validator.texts, ElementsAre(""));
+}
+
+TEST_F(FirmwarePackageTest, ReadsAManifestOf64MiB) {
+    const StubValidator validator(true);
+    EXPECT_EQ(errorOf(packageOf({{manifestName, std::string(64U << 20U, ' ')}}), validator),
+              ValidationError::XmlParsingFailed);
+    EXPECT_THAT(validator.texts, ElementsAre(testing::SizeIs(64U << 20U)));
+}
+
 TEST_F(FirmwarePackageTest, RefusesToReadAManifestOfMoreThan64MiB) {
     const StubValidator validator(true);
     EXPECT_EQ(errorOf(packageOf({{manifestName, std::string((64U << 20U) + 1, ' ')}}), validator),

@@ -234,6 +234,12 @@ TEST(FQDN, IsDerivedFromLogicalNameAndMac) {
               "LivingRoom-001a2b3c4d5e.local");
 }
 
+TEST(FQDN, DropsDotsAndUnderscoresOfTheLogicalNameWithAndWithoutADomain) {
+    EXPECT_EQ(to_string(FQDN(LogicalName("a_b.c"), mac)), "abc-001a2b3c4d5e");
+    EXPECT_EQ(to_string(FQDN(LogicalName("a_b.c"), mac, Domain::View("local"))),
+              "abc-001a2b3c4d5e.local");
+}
+
 TEST(FQDN, KeepsHyphensAndLetterCaseOfTheLogicalName) {
     EXPECT_EQ(to_string(FQDN(LogicalName("Attic-North"), mac)), "Attic-North-001a2b3c4d5e");
 }

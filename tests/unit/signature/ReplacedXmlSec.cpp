@@ -48,6 +48,12 @@ Failure::~Failure() {
     failing.clear();
 }
 
+std::vector<std::string>& shutdowns() {
+    // Never destroyed: libxml2 shuts itself down once more when the program ends.
+    static auto& names = *new std::vector<std::string>();
+    return names;
+}
+
 extern "C" {
 
 int xmlSecInit() {
@@ -133,6 +139,26 @@ void xmlCheckVersion(int version) {
 xmlParserCtxtPtr xmlNewParserCtxt() {
     constexpr const char* name = "xmlNewParserCtxt";
     return fails(name) ? nullptr : real<decltype(xmlNewParserCtxt)>(name)();
+}
+
+int xmlSecOpenSSLShutdown() {
+    shutdowns().emplace_back(__func__);
+    return real<decltype(xmlSecOpenSSLShutdown)>(__func__)();
+}
+
+int xmlSecOpenSSLAppShutdown() {
+    shutdowns().emplace_back(__func__);
+    return real<decltype(xmlSecOpenSSLAppShutdown)>(__func__)();
+}
+
+int xmlSecShutdown() {
+    shutdowns().emplace_back(__func__);
+    return real<decltype(xmlSecShutdown)>(__func__)();
+}
+
+void xmlCleanupParser() {
+    shutdowns().emplace_back(__func__);
+    real<decltype(xmlCleanupParser)>(__func__)();
 }
 
 UI_METHOD* UI_create_method(const char* title) {

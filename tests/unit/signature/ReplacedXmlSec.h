@@ -5,6 +5,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace Norv::Corvane::Test {
 
@@ -18,5 +19,8 @@ public:
     Failure(const Failure&) = delete;
     Failure& operator=(const Failure&) = delete;
 };
+
+// The functions that shut the libraries down, in the order in which they were called.
+std::vector<std::string>& shutdowns();
 
 }  // namespace Norv::Corvane::Test

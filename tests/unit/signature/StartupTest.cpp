@@ -2,6 +2,7 @@
 // the tests start the library themselves.
 
 #include <gmock/gmock.h>
+#include <libxml/parser.h>
 
 #include <boost/optional/optional_io.hpp>
 #include <new>
@@ -82,6 +83,23 @@ TEST_F(Startup, WorksAgainAfterShutdown) {
         FirmwareDescriptionValidator::Deinit();
     }
     EXPECT_THAT(log.records(), IsEmpty());
+}
+
+TEST_F(Startup, SetsWhatLibxml2DoesByDefaultOnThisThread) {
+    xmlLoadExtDtdDefaultValue = 0;
+    xmlSubstituteEntitiesDefault(0);
+    EXPECT_FALSE(FirmwareDescriptionValidator::Init());
+    EXPECT_EQ(xmlLoadExtDtdDefaultValue, XML_DETECT_IDS | XML_COMPLETE_ATTRS);
+    EXPECT_EQ(xmlSubstituteEntitiesDefault(1), 1);
+    FirmwareDescriptionValidator::Deinit();
+}
+
+TEST_F(Startup, IsUndoneInTheOppositeOrder) {
+    EXPECT_FALSE(FirmwareDescriptionValidator::Init());
+    shutdowns().clear();
+    FirmwareDescriptionValidator::Deinit();
+    EXPECT_THAT(shutdowns(), ElementsAre("xmlSecOpenSSLShutdown", "xmlSecOpenSSLAppShutdown",
+                                         "xmlSecShutdown", "xmlCleanupParser"));
 }
 
 TEST_F(Startup, LeavesTheHostAlone) {
