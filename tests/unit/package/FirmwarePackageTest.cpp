@@ -11,20 +11,16 @@
 #include <utility>
 #include <vector>
 
-#include "Archive.h"
 #include "Digest.h"
-#include "LogCapture.h"
+#include "FirmwarePackageFixture.h"
 #include "Norv/Corvane/Common/ErrorCodes.h"
 #include "Process.h"
-#include "StubValidator.h"
-#include "TemporaryDirectory.h"
 
 namespace {
 
 using namespace Norv::Corvane::Common;
 using namespace Norv::Corvane::Test;
 using boost::filesystem::path;
-using Norv::Corvane::Pack::ArchiveEntry;
 using Norv::Corvane::Pack::digestBytes;
 using Norv::Corvane::Pack::writeArchive;
 using testing::ElementsAre;
@@ -52,12 +48,6 @@ static_assert(!std::is_copy_assignable_v<FirmwarePackage>);
 static_assert(!std::is_polymorphic_v<FirmwarePackage>);
 static_assert(sizeof(FirmwarePackage) == sizeof(libzip::archive));
 
-constexpr const char* manifestName = "FirmwareDescription.xml";
-constexpr const char* soundManifest =
-    R"(<FirmwareDescription><ManufacturerId Value="QV"/><ModelId Value="WOLMZB04"/>)"
-    R"(<Version Value="1.2.3.4"/><SystemVersion Value="1.0.0.0"/>)"
-    R"(<ApplicationVersion Value="1.0.0.1"/></FirmwareDescription>)";
-
 File recordOf(std::string name, std::vector<std::uint8_t> digest) {
     File file;
     file.localFilePath = std::move(name);
@@ -68,30 +58,6 @@ File recordOf(std::string name, std::vector<std::uint8_t> digest) {
 std::vector<std::uint8_t> digestOf(std::string_view bytes) {
     return digestBytes(bytes).sha256;
 }
-
-class FirmwarePackageTest : public testing::Test {
-protected:
-    FirmwarePackage packageOf(const std::vector<ArchiveEntry>& entries) const {
-        const path file = directory / "package.zip";
-        writeArchive(file.native(), entries);
-        boost::optional<FirmwarePackage> package = FirmwarePackage::Create(file);
-        return *std::move(package);
-    }
-
-    static std::error_code errorOf(const FirmwarePackage& package,
-                                   const IFirmwareDescriptionValidator& validator) {
-        const Outcome outcome = package.validateAndGetFirmwareDescription(validator);
-        const auto* const error = boost::get<std::error_code>(&outcome);
-        return error != nullptr ? *error : std::error_code();
-    }
-
-    std::error_code errorOfManifest(const std::string& text) const {
-        return errorOf(packageOf({{manifestName, text}}), StubValidator(true));
-    }
-
-    TemporaryDirectory directory;
-    LogCapture log;
-};
 
 TEST_F(FirmwarePackageTest, OpensAPackage) {
     writeArchive((directory / "package.zip").native(), {{"entry", "data"}});
@@ -270,123 +236,12 @@ TEST_F(FirmwarePackageTest, TakesAReadErrorForAMismatch) {
     EXPECT_FALSE(package->validate(recordOf("app", digestOf("payload"))));
 }
 
-TEST_F(FirmwarePackageTest, ReportsAMissingManifest) {
-    const StubValidator validator(true);
-    EXPECT_EQ(errorOf(packageOf({{"a", ""}}), validator),
-              ValidationError::MissingFirmwareDescriptionFile);
-    EXPECT_EQ(errorOf(packageOf({{"x/FirmwareDescription.xml", soundManifest}}), validator),
-              ValidationError::MissingFirmwareDescriptionFile);
-    EXPECT_THAT(validator.texts, IsEmpty());
-    EXPECT_THAT(log.records(), IsEmpty());
-}
-
-TEST_F(FirmwarePackageTest, HasTheWholeManifestJudgedOnce) {
-    // More than one read, and a zero byte on the way.
-    std::string text = soundManifest + std::string(1, '\0');
-    text.resize(700001, 'x');
-    const FirmwarePackage package = packageOf({{manifestName, text}});
-    const StubValidator validator(true);
-    EXPECT_EQ(errorOf(package, validator), std::error_code());
-    EXPECT_THAT(validator.texts, ElementsAre(text));
-}
-
-TEST_F(FirmwarePackageTest, ReportsASignatureThatCannotBeJudged) {
-    const FirmwarePackage package = packageOf({{manifestName, "<not well-formed"}});
-    EXPECT_EQ(errorOf(package, StubValidator(boost::none)),
-              ValidationError::ValidationProcessError);
-}
-
-TEST_F(FirmwarePackageTest, ReportsAWrongSignatureBeforeAnythingElse) {
-    const FirmwarePackage package = packageOf({{manifestName, "<not well-formed"}});
-    EXPECT_EQ(errorOf(package, StubValidator(false)), ValidationError::InvalidSignature);
-}
-
-TEST_F(FirmwarePackageTest, LeavesTheVerdictOnAnEmptyManifestToTheValidator) {
-    const FirmwarePackage package = packageOf({{manifestName, ""}});
-    const StubValidator undecided(boost::none);
-    EXPECT_EQ(errorOf(package, undecided), ValidationError::ValidationProcessError);
-    EXPECT_THAT(undecided.texts, ElementsAre(""));
-    EXPECT_EQ(errorOf(package, StubValidator(false)), ValidationError::InvalidSignature);
-    EXPECT_EQ(errorOf(package, StubValidator(true)), ValidationError::XmlParsingFailed);
-}
-
-TEST_F(FirmwarePackageTest, ReportsAManifestThatIsNotWellFormed) {
-    EXPECT_EQ(errorOfManifest("<FirmwareDescription>"), ValidationError::XmlParsingFailed);
-    EXPECT_EQ(errorOfManifest("no markup"), ValidationError::XmlParsingFailed);
-}
-
-TEST_F(FirmwarePackageTest, ReportsAnotherTopLevelElement) {
-    EXPECT_EQ(errorOfManifest("<Firmware/>"), ValidationError::MissingFirmwareDescriptionTag);
-    EXPECT_EQ(errorOfManifest(std::string("<Wrapper>") + soundManifest + "</Wrapper>"),
-              ValidationError::MissingFirmwareDescriptionTag);
-}
-
-TEST_F(FirmwarePackageTest, PassesTheParsersErrorsOn) {
-    using Error = ParseFirmwareDescriptionError;
-    EXPECT_EQ(errorOfManifest("<FirmwareDescription/>"), Error::MissingManufacturerId);
-    EXPECT_EQ(errorOfManifest("<FirmwareDescription></FirmwareDescription>"),
-              Error::MissingManufacturerId);
-    EXPECT_EQ(errorOfManifest(R"(<FirmwareDescription><ManufacturerId Value=""/>)"
-                              R"(<ModelId Value=""/></FirmwareDescription>)"),
-              Error::MissingVersion);
-}
-
-TEST_F(FirmwarePackageTest, ReturnsTheParsedManifest) {
-    const FirmwarePackage package = packageOf({{manifestName, soundManifest}});
-    const Outcome outcome = package.validateAndGetFirmwareDescription(StubValidator(true));
-    const auto* const description = boost::get<FirmwareDescription>(&outcome);
-    ASSERT_NE(description, nullptr);
-    EXPECT_EQ(to_string(description->version), "1.2.3.4");
-}
-
-TEST_F(FirmwarePackageTest, ReadsTheManifestAsUtf8WhateverEncodingItDeclares) {
-    std::string text = R"(<?xml version="1.0" encoding="ISO-8859-1"?>)";
-    text += soundManifest;
-    text.insert(text.rfind("</"), "<SupportedHwRevs><HwRev Value=\"\xc3\xa4\"/></SupportedHwRevs>");
-    const FirmwarePackage package = packageOf({{manifestName, text}});
-    const Outcome outcome = package.validateAndGetFirmwareDescription(StubValidator(true));
-    const auto* const description = boost::get<FirmwareDescription>(&outcome);
-    ASSERT_NE(description, nullptr);
-    EXPECT_THAT(description->supportedHwRevs, ElementsAre("\xc3\xa4"));
-}
-
 TEST_F(FirmwarePackageTest, StaysUsableAfterAFailure) {
     const FirmwarePackage package = packageOf({{manifestName, soundManifest}, {"app", "data"}});
     EXPECT_EQ(errorOf(package, StubValidator(false)), ValidationError::InvalidSignature);
     EXPECT_THROW(package.validate(recordOf("missing", {})), std::runtime_error);
     EXPECT_EQ(errorOf(package, StubValidator(true)), std::error_code());
     EXPECT_TRUE(package.validate(recordOf("app", digestOf("data"))));
-}
-
-TEST_F(FirmwarePackageTest, HasNothingJudgedOfAManifestThatCannotBeReadToItsEnd) {
-    std::string text;
-    for (int i = 0; text.size() < 600000; ++i) {
-        text += std::to_string(i);
-    }
-    writeArchive((directory / "package.zip").native(), {{manifestName, text}});
-    std::string bytes = readFile(directory / "package.zip");
-    bytes.replace(bytes.size() * 3 / 4, 64, 64, '\xff');
-    const auto package = FirmwarePackage::Create(directory.write("bad.zip", bytes));
-    ASSERT_TRUE(package);
-    libzip::file entry = package->archive().open(manifestName);
-    ASSERT_FALSE(entry.read(256 * 1024).empty()) << "the beginning can be read";
-    const StubValidator validator(true);
-    EXPECT_EQ(errorOf(*package, validator), ValidationError::XmlParsingFailed);
-    EXPECT_THAT(validator.texts, ElementsAre(""));
-}
-
-TEST_F(FirmwarePackageTest, ReadsAManifestOf64MiB) {
-    const StubValidator validator(true);
-    EXPECT_EQ(errorOf(packageOf({{manifestName, std::string(64U << 20U, ' ')}}), validator),
-              ValidationError::XmlParsingFailed);
-    EXPECT_THAT(validator.texts, ElementsAre(testing::SizeIs(64U << 20U)));
-}
-
-TEST_F(FirmwarePackageTest, RefusesToReadAManifestOfMoreThan64MiB) {
-    const StubValidator validator(true);
-    EXPECT_EQ(errorOf(packageOf({{manifestName, std::string((64U << 20U) + 1, ' ')}}), validator),
-              ValidationError::ValidationProcessError);
-    EXPECT_THAT(validator.texts, IsEmpty());
 }
 
 }  // namespace
