@@ -25,7 +25,7 @@ set(CPACK_COMPONENT_DEV_DEPENDS runtime)
 set(CPACK_COMPONENT_DEV_DESCRIPTION "${PROJECT_DESCRIPTION} (development files)
  Headers, the CMake package corvane_common and corvane_common.pc.")
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS
-    "libboost1.81-dev, libboost-filesystem1.81-dev, libboost-json1.81-dev, libfmt-dev, libpugixml-dev, libzip-dev")
+    "libboost1.81-dev, libboost-filesystem1.81-dev, libboost-json1.81-dev, libfmt-dev, libpugixml-dev, libzip-dev, pkg-config")
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME corvane-common-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
