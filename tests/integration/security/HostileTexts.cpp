@@ -1,5 +1,7 @@
 #include "HostileTexts.h"
 
+#include <algorithm>
+
 #include "ManifestMutations.h"
 #include "PackageBuilder.h"
 #include "XmlSigning.h"
@@ -70,19 +72,40 @@ HostileText around(const std::string& name, std::size_t instructions) {
             }};
 }
 
-// The digests, all the same one, are right, so that the check goes through all of it before it sees
-// the signature.
+// Small elements and a signature whose digests are right, so that the check goes through all of it
+// before it sees whose signature it is. They are the same one: all are over the text without the
+// signature.
+std::string withDigests(const std::string& signature, std::size_t size) {
+    const std::size_t room = size - std::min(size, signature.size());
+    const std::string head = "<R>" + repeated("<a/>", room / 4);
+    const std::string one = fillSignature(head + SignatureForm().text() + "</R>", strangerKey());
+    return head +
+           everywhere(signature, "<DigestValue>AAAA</DigestValue>", elementOf(one, "DigestValue")) +
+           "</R>";
+}
+
 HostileText references(const std::string& name, std::size_t count) {
     return {name, [=](std::size_t size) {
                 SignatureForm form;
                 form.references.assign(count, form.references[0]);
-                const std::string many = meaninglessSignature(form);
-                const std::string head = "<R>" + repeated("<a/>", (size - many.size()) / 4);
-                const std::string one =
-                    fillSignature(head + SignatureForm().text() + "</R>", strangerKey());
-                const std::string digest = elementOf(one, "DigestValue");
-                return head + everywhere(many, "<DigestValue>AAAA</DigestValue>", digest) + "</R>";
+                return withDigests(meaninglessSignature(form), size);
             }};
+}
+
+HostileText referencesInAManifest(const std::string& name, std::size_t count) {
+    return {name, [=](std::size_t size) {
+                SignatureForm form;
+                form.objects = "<Object><Manifest>" +
+                               repeated(elementOf(meaninglessSignature(), "Reference"), count) +
+                               "</Manifest></Object>";
+                return withDigests(meaninglessSignature(form), size);
+            }};
+}
+
+HostileText transformed(const std::string& name, const std::string& transform) {
+    SignatureForm form;
+    form.references[0].transforms = {Algorithm::enveloped, transform};
+    return body(name, "", "<a/>", form);
 }
 
 HostileText transforms(const std::string& name, std::size_t count, const std::string& unit) {
@@ -114,13 +137,60 @@ std::string honestText(std::size_t size) {
     return builder.manifest();
 }
 
-std::vector<HostileText> hostileTexts() {
+std::vector<HostileText> costlyTexts() {
     const std::string twoLong = " xmlns:p=\"u:" + std::string(50000, 'u') +
                                 "p\" xmlns:q=\"u:" + std::string(50000, 'u') + "q\"";
     std::string mixed = "<a";
     for (std::size_t i = 0; i < 60; ++i) {
         mixed += (i % 2 != 0 ? " p:" : " q:") + name(i) + "=\"\"";
     }
+    return {
+        body("ManyAttributesOnTheRoot", list(130000, " ", "=\"\""), "<a/>"),
+        body("ThousandNamespaces", list(1000, " xmlns:", "=\"u:u\""), "<a/>", inclusive()),
+        body("ManyNamespacesOnTheRoot", list(60000, " xmlns:", "=\"u:u\""), "<a/>", inclusive()),
+        body("NestedNamespaces", "", list(200, "<a xmlns:", "=\"u:u\">") + repeated("</a>", 200),
+             inclusive()),
+        around("ManyInstructionsBeforeTheRoot", 200000),
+        {"ManyInstructionsBehindTheRoot",
+         [](std::size_t size) {
+             return filled(size / 2, "<R>", "<a/>", "", {}) + repeated("<?a?>", size / 10);
+         }},
+        body("RepeatedLongNamespace", " xmlns:p=\"u:" + std::string(100000, 'u') + "\"", "<p:a/>"),
+        body("LongPrefixes", list(5, " xmlns:" + std::string(40000, 'p'), "=\"u:u\""), "<a/>",
+             inclusive()),
+        body("LongNamespacesCompared", twoLong, mixed + "/>", inclusive()),
+        references("ThousandReferences", 1000),
+        referencesInAManifest("ThousandReferencesInAManifest", 1000),
+        transforms("TwoTransforms", 3, "<p:a/>"),
+        transforms("TenTransforms", 11, "<a/>x"),
+        transforms("ThousandTransforms", 1000, "<a/>"),
+        prefixes("ThousandPrefixes", 1000),
+        prefixes("ManyPrefixes", 100000),
+        transformed("EndlessStyleSheet",
+                    "Algorithm=\"http://www.w3.org/TR/1999/REC-xslt-19991116\">"
+                    "<xsl:stylesheet xmlns:xsl=\"http://www.w3.org/1999/XSL/Transform\" "
+                    "version=\"1.0\"><xsl:template match=\"/\" name=\"t\">"
+                    "<xsl:param name=\"n\" select=\"60\"/><xsl:if test=\"$n &gt; 0\">"
+                    "<xsl:call-template name=\"t\"><xsl:with-param name=\"n\" "
+                    "select=\"$n - 1\"/></xsl:call-template>"
+                    "<xsl:call-template name=\"t\"><xsl:with-param name=\"n\" "
+                    "select=\"$n - 1\"/></xsl:call-template></xsl:if>"
+                    "</xsl:template></xsl:stylesheet>"),
+        transformed("EndlessPath",
+                    "Algorithm=\"http://www.w3.org/TR/1999/REC-xpath-19991116\">"
+                    "<XPath>count(//node()[count(//node()) &gt; 1]) &gt; 1</XPath>"),
+        transformed("EndlessFilter",
+                    "Algorithm=\"http://www.w3.org/2002/06/xmldsig-filter2\">"
+                    "<XPath xmlns=\"http://www.w3.org/2002/06/xmldsig-filter2\" "
+                    "Filter=\"intersect\">//node()[count(//node()) &gt; 1]</XPath>"),
+        transformed("EndlessPointer",
+                    "Algorithm=\"http://www.w3.org/2001/04/xmldsig-more/xptr\">"
+                    "<XPointer xmlns=\"http://www.w3.org/2001/04/xmldsig-more/xptr\">"
+                    "xpointer(//node()[count(//node()) &gt; 1])</XPointer>"),
+    };
+}
+
+std::vector<HostileText> borderlineTexts() {
     SignatureForm ids;
     ids.objects = "<Object>" + list(50000, "<a Id=\"", "\"/>") + "</Object>";
     return {
@@ -131,14 +201,9 @@ std::vector<HostileText> hostileTexts() {
         body("TwentySixAttributesEach", "", "<a" + list(26, " ", "=\"\"") + "/>", inclusive()),
         body("HundredAttributesEach", "", "<a" + list(100, " ", "=\"\"") + "/>", inclusive()),
         body("ThousandAttributesEach", "", "<a" + list(1000, " ", "=\"\"") + "/>", inclusive()),
-        body("ManyAttributesOnTheRoot", list(130000, " ", "=\"\""), "<a/>"),
         body("FiveNamespaces", list(5, " xmlns:", "=\"u:u\""), "<a/>", inclusive()),
         body("FortyNamespaces", list(40, " xmlns:", "=\"u:u\""), "<a/>", inclusive()),
-        body("ThousandNamespaces", list(1000, " xmlns:", "=\"u:u\""), "<a/>", inclusive()),
-        body("ManyNamespacesOnTheRoot", list(60000, " xmlns:", "=\"u:u\""), "<a/>", inclusive()),
         body("NamespaceEach", "", "<a xmlns:b=\"u:u\"/>", inclusive()),
-        body("NestedNamespaces", "", list(200, "<a xmlns:", "=\"u:u\">") + repeated("</a>", 200),
-             inclusive()),
         body("UnknownPrefixes", "", "<a:a b:b=\"\"/>"),
         body("RelativeNamespaces", "", "<a xmlns=\"u\"/>", inclusive()),
         deep("DeepElements", 250, "<a/>x"),
@@ -152,16 +217,7 @@ std::vector<HostileText> hostileTexts() {
         body("UnclosedElements", "", "<a>"),
         around("TenInstructionsBeforeTheRoot", 10),
         around("ThousandInstructionsBeforeTheRoot", 1000),
-        around("ManyInstructionsBeforeTheRoot", 200000),
-        {"ManyInstructionsBehindTheRoot",
-         [](std::size_t size) {
-             return filled(size / 2, "<R>", "<a/>", "", {}) + repeated("<?a?>", size / 10);
-         }},
-        body("RepeatedLongNamespace", " xmlns:p=\"u:" + std::string(100000, 'u') + "\"", "<p:a/>"),
         body("RepeatedNamespace", " xmlns:p=\"u:" + std::string(1000, 'u') + "\"", "<p:a/>"),
-        body("LongPrefixes", list(5, " xmlns:" + std::string(40000, 'p'), "=\"u:u\""), "<a/>",
-             inclusive()),
-        body("LongNamespacesCompared", twoLong, mixed + "/>", inclusive()),
         body("LongNamesCompared", "", "<a" + list(200, " " + std::string(200, 'n'), "=\"\"") + "/>",
              inclusive()),
         body("NamesOfTheSameHash", "", list(50000, "<Aa", "/>") + list(50000, "<BB", "/>")),
@@ -175,14 +231,8 @@ std::vector<HostileText> hostileTexts() {
         references("TwoReferences", 2),
         references("EightReferences", 8),
         references("TwentyReferences", 20),
-        references("ThousandReferences", 1000),
-        transforms("TwoTransforms", 3, "<p:a/>"),
         transforms("FourTransformsOfFiles", 5, file),
-        transforms("TenTransforms", 11, "<a/>x"),
-        transforms("ThousandTransforms", 1000, "<a/>"),
         prefixes("TenPrefixes", 10),
-        prefixes("ThousandPrefixes", 1000),
-        prefixes("ManyPrefixes", 100000),
         {"ExponentialEntities",
          [](std::size_t) {
              std::string type = "<!DOCTYPE R [<!ENTITY a 'aaaaaaaaaaaaaaaaaaaa'>";

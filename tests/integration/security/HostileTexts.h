@@ -18,9 +18,13 @@ inline std::ostream& operator<<(std::ostream& out, const HostileText& text) {
     return out << text.name;
 }
 
-std::vector<HostileText> hostileTexts();
+// Each takes far more time or memory than is allowed where nothing bounds the work.
+std::vector<HostileText> costlyTexts();
 
-// For use as the name of a test.
+// What the bounds let through, or what the libraries below withstand by themselves. Tells how near
+// to the limits an attacker can come.
+std::vector<HostileText> borderlineTexts();
+
 std::string honestText(std::size_t size);
 
 }  // namespace Norv::Corvane::Test

@@ -57,8 +57,13 @@ TEST_P(ResourceLimit, IsTwoSecondsAndSixtyFourMebibytesAboveAnHonestManifest) {
     RecordProperty("kibibytes", static_cast<int>(hostile.memory / 1024));
 }
 
-INSTANTIATE_TEST_SUITE_P(All, ResourceLimit, testing::ValuesIn(hostileTexts()),
-                         [](const auto& test) { return test.param.name; });
+std::string nameOfText(const testing::TestParamInfo<HostileText>& info) {
+    return info.param.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Costly, ResourceLimit, testing::ValuesIn(costlyTexts()), nameOfText);
+INSTANTIATE_TEST_SUITE_P(Borderline, ResourceLimit, testing::ValuesIn(borderlineTexts()),
+                         nameOfText);
 
 // The measure itself: it must see what it is there to see.
 TEST(Measured, SeesTimeAndMemory) {
