@@ -27,6 +27,15 @@ endforeach()
 install(FILES cmake/licenses/libtorrent.txt
     DESTINATION "${corvane_private_include_dir}/libtorrent" RENAME LICENSE COMPONENT dev)
 
+# The programs find the library wherever the tree is put as a whole.
+file(RELATIVE_PATH corvane_lib_from_bin "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
+foreach(program firmware-pack firmware-host)
+    if(TARGET ${program})
+        set_target_properties(${program} PROPERTIES
+            INSTALL_RPATH "\$ORIGIN/${corvane_lib_from_bin}")
+    endif()
+endforeach()
+
 configure_package_config_file(cmake/corvane_commonConfig.cmake.in
     "${PROJECT_BINARY_DIR}/corvane_commonConfig.cmake"
     INSTALL_DESTINATION "${corvane_cmake_dir}" NO_SET_AND_CHECK_MACRO)

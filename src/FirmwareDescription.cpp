@@ -59,6 +59,7 @@ boost::optional<FirmwareDescription::File> parseFile(pugi::xml_node entry) {
     FirmwareDescription::File file;
     file.localFilePath = entry.attribute("LocalFilePath").value();
     std::string remoteFilePath = entry.attribute("RemoteFilePath").value();
+    file.hashValue = decodeDigest(entry.attribute("HashValue").value());
     // Accepts what the conversion does, a sign included: "-1" is 4294967295.
     const bool lengthRead =
         boost::conversion::try_lexical_convert(entry.attribute("Length").value(), file.length);
@@ -68,7 +69,6 @@ boost::optional<FirmwareDescription::File> parseFile(pugi::xml_node entry) {
     }
     file.kind = *kind;
     file.hashAlgorithm = *hashAlgorithm;
-    file.hashValue = decodeDigest(entry.attribute("HashValue").value());
     if (remoteFilePath != file.localFilePath) {
         file.remoteFilePath = std::move(remoteFilePath);
     }
