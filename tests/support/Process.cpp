@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdlib>
 #include <iterator>
 #include <sstream>
 #include <stdexcept>
@@ -29,13 +30,25 @@ std::string contents(int fd) {
 
 }  // namespace
 
+const std::string& emulator() {
+    static const std::string text = [] {
+        const char* const wanted = std::getenv("CORVANE_EMULATOR");
+        return std::string(wanted != nullptr ? wanted : CORVANE_EMULATOR);
+    }();
+    return text;
+}
+
+bool underValgrind() {
+    return emulator().find("valgrind") != std::string::npos;
+}
+
 std::vector<std::string> withEmulator(std::vector<std::string> command) {
     const auto program = std::find_if(command.begin(), command.end(), [](const std::string& word) {
         return word.rfind(CORVANE_BUILD_DIR "/", 0) == 0;
     });
     if (program != command.end()) {
-        std::istringstream emulator(CORVANE_EMULATOR);
-        command.insert(program, std::istream_iterator<std::string>(emulator), {});
+        std::istringstream words(emulator());
+        command.insert(program, std::istream_iterator<std::string>(words), {});
     }
     return command;
 }

@@ -16,14 +16,21 @@ struct ProcessResult {
     std::string err;
 };
 
-// In a cross build the emulator goes before the first word that names a program of this build, by
-// its full path. All other programs are the machine's own.
+// What goes in front of a program of this build to start it: the emulator of a cross build, or what
+// the environment variable CORVANE_EMULATOR says. Empty otherwise. Without change in a process.
+const std::string& emulator();
+
+// Whether that is valgrind.
+bool underValgrind();
+
+// The emulator goes before the first word that names a program of this build, by its full path. All
+// other programs are the machine's own.
 std::vector<std::string> withEmulator(std::vector<std::string> command);
 
 // The style of death tests: a fresh process, except under an emulator, where a test executable
 // cannot start itself.
 inline const char* deathTestStyle() {
-    return *CORVANE_EMULATOR == '\0' ? "threadsafe" : "fast";
+    return emulator().empty() ? "threadsafe" : "fast";
 }
 
 // A child process whose standard output and error are kept, in files, for `wait`. The first

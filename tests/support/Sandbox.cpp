@@ -12,7 +12,8 @@
 
 #include <cstddef>
 #include <cstdio>
-#include <string_view>
+
+#include "Process.h"
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define CORVANE_SANITIZED 1
@@ -24,7 +25,7 @@ namespace Norv::Corvane::Test {
 namespace {
 
 bool emulated() {
-    return !std::string_view(CORVANE_EMULATOR).empty();
+    return !emulator().empty();
 }
 
 // Runs the work in a child process and waits for it.

@@ -15,6 +15,7 @@
 #include <csignal>
 
 #include "Installation.h"
+#include "Process.h"
 
 namespace Norv::Corvane::Test {
 namespace {
@@ -196,7 +197,7 @@ TEST_F(Scripts, DescriptorsOfTheLibraryAreNotInherited) {
 }
 
 TEST_F(Scripts, WithoutAFreeDescriptorTheLaunchFails) {
-    if (std::string(CORVANE_EMULATOR).find("valgrind") != std::string::npos) {
+    if (underValgrind()) {
         GTEST_SKIP() << "valgrind gives another error once its own descriptors are used up";
     }
 #if defined(__SANITIZE_ADDRESS__)

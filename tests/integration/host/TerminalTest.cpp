@@ -88,7 +88,7 @@ private:
 class HostTerminal : public HostFixture {
 protected:
     void SetUp() override {
-        if (*CORVANE_EMULATOR != '\0') {
+        if (!emulator().empty()) {
             GTEST_SKIP()
                 << "nothing comes through a pseudo-terminal that was opened under qemu-arm";
         }

@@ -241,7 +241,7 @@ TEST_F(PackProgram, SaysWhyTheOutputCannotBeWritten) {
 }
 
 TEST_F(PackProgram, NeedsNoMemoryForThePayload) {
-    if (*CORVANE_EMULATOR != '\0') {
+    if (!emulator().empty()) {
         GTEST_SKIP() << "the system knows the memory of the emulator, not that of the program";
     }
     const std::string large = (sources / "large").string();
