@@ -95,7 +95,6 @@ std::error_code FirmwareDescriptionValidator::Init() {
     xmlLoadExtDtdDefaultValue = XML_DETECT_IDS | XML_COMPLETE_ATTRS;
     xmlSubstituteEntitiesDefault(1);
 
-    logXmlSecComplaints();
     if (const int result = xmlSecInit(); result < 0) {
         Log::error("xmlSecInit failed with {}", result);
         return XmlSecError::InitFailed;
