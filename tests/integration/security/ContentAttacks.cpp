@@ -88,6 +88,37 @@ INSTANTIATE_TEST_SUITE_P(
         change("CommentWithTwoHyphens", "<Files>", "<!-- -- --><Files>"),
         change("LessThanInAValue", "1.2.3.4", "1.2.3.4<"),
         change("EndOfCharacterDataInText", "<Files>", "]]><Files>"),
+        change("NamespaceDeclarationRemoved",
+               " xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\"", ""),
+        change("InclusionOfAFile", "<Files>",
+               "<i:include xmlns:i=\"http://www.w3.org/2001/XInclude\" href=\"/etc/passwd\" "
+               "parse=\"text\"/><Files>"),
+        change("ByteOrderMarkInAValue", "\"1.2.3.4\"",
+               "\"\xEF\xBB\xBF"
+               "1.2.3.4\""),
+        change("ByteOrderMarkBehindTheDeclaration", "?>", "?>\xEF\xBB\xBF"),
+        change("NextLineForALineEnd", ">\n", ">\xC2\x85"),
+        change("LineSeparatorForALineEnd", ">\n", ">\xE2\x80\xA8"),
+        change("NoBreakSpaceInATag", "<Version ", "<Version\xC2\xA0"),
+        change("ControlCharacterInAValue", "1.2.3.4", "1.2.3.4\x0B"),
+        // All of these are "A" for a parser that does not look closely.
+        change("ReferenceWithCapitalX", "Value=\"A\"", "Value=\"&#X41;\""),
+        change("ReferenceBeyondAllNumbers", "Value=\"A\"", "Value=\"&#4294967361;\""),
+        change("HexReferenceBeyondAllNumbers", "Value=\"A\"", "Value=\"&#x100000041;\""),
+        change("ReferenceWithoutSemicolon", "Value=\"A\"", "Value=\"&#65\""),
+        change("ReferenceWithZeroByte", "Value=\"A\"", "Value=\"A&#0;\""),
+        change("ReferenceToASurrogate", "Value=\"A\"", "Value=\"&#xD800;A\""),
+        change("ReferenceToAControlCharacter", "Value=\"A\"", "Value=\"A&#1;\""),
+        change("ValueWithoutQuotes", "Value=\"A\"", "Value=A"),
+        change("ValueWithoutBlankInFront", "\"sha256\" Length", "\"sha256\"Length"),
+        change("SecondVersionOfXml", "version=\"1.0\"", "version=\"2.0\""),
+        Attack{"LaterVersionOfXmlForControlCharacters",
+               [] {
+                   return replaced(replaced(honestManifest(), "version=\"1.0\"", "version=\"1.1\""),
+                                   "1.2.3.4", "1.2.3.4&#1;");
+               }},
+        Attack{"FirstNamespaceForAllElements",
+               [] { return replaced(honestManifest(), "<Files>", "<Files xmlns=\"urn:x\">"); }},
         change("MissingQuote", "\"1.2.3.4\"", "\"1.2.3.4"),
         change("EndTagOfAnotherCase", "</Files>", "</files>")),
     nameOf);

@@ -79,6 +79,12 @@ INSTANTIATE_TEST_SUITE_P(
                        "<KeyInfo><KeyValue>" + dsaKeyValue(dsaKey()) + "</KeyValue></KeyInfo>";
                    return forged(form, dsaKey());
                }},
+        Attack{"DsaKeyNotShown",
+               [] {
+                   SignatureForm form;
+                   form.method = Algorithm::dsaSha1;
+                   return forged(form, dsaKey());
+               }},
         hmac("HmacWithItsKeyShown", hmacSha256, "", known, true),
         hmac("HmacWithItsKeyHidden", hmacSha256, "", known, false),
         hmac("HmacSha1WithItsKeyShown", hmacSha1, "", known, true),

@@ -36,6 +36,12 @@ Attack made(const std::string& name, const std::function<std::string()>& manifes
     return {name, manifest};
 }
 
+std::string inclusivelySigned() {
+    SignatureForm form;
+    form.canonicalisation = Algorithm::inclusive;
+    return signAs(unsignedHonest(), form, rsaKey());
+}
+
 std::string meaningless(const std::string& objects) {
     SignatureForm form;
     form.objects = objects;
@@ -174,6 +180,9 @@ INSTANTIATE_TEST_SUITE_P(
                      "<Object>" + elementOf(honestManifest(), "SignedInfo") + "</Object>");
              }),
         made("SignedInfoMissing", [] { return withoutElement(honestManifest(), "SignedInfo"); }),
+        made("SignedInfoEmpty", [] { return withContent(honestManifest(), "SignedInfo", ""); }),
+        made("SignedInfoEmptyOnTheEvilManifest",
+             [] { return withContent(evilRoot(signature()), "SignedInfo", ""); }),
         made("SignatureValueMissing",
              [] { return withoutElement(honestManifest(), "SignatureValue"); }),
         made("SignatureValueEmpty",
@@ -231,6 +240,44 @@ INSTANTIATE_TEST_SUITE_P(
              [] { return replaced(honestManifest(), "rsa-sha256", "rsa-sha512"); }),
         made("SignatureMethodHmac",
              [] { return replaced(honestManifest(), "rsa-sha256", "hmac-sha256"); }),
+        made("SignatureMethodWithAnOutputLength",
+             [] {
+                 return replaced(honestManifest(), "rsa-sha256\"/>",
+                                 "rsa-sha256\"><HMACOutputLength>0</HMACOutputLength>"
+                                 "</SignatureMethod>");
+             }),
+        made("ReferenceWithoutUri", [] { return replaced(honestManifest(), " URI=\"\"", ""); }),
+        made("ReferenceWithAnIdentifier",
+             [] { return replaced(honestManifest(), " URI=\"\"", " Id=\"r\" URI=\"\""); }),
+        made("ReferenceWithTwoUris",
+             [] {
+                 return replaced(honestManifest(), " URI=\"\"",
+                                 " xmlns:a=\"urn:a\" a:URI=\"#none\" URI=\"\"");
+             }),
+        made("PrefixListAdded",
+             [] {
+                 return replaced(
+                     honestManifest(),
+                     "<CanonicalizationMethod Algorithm=\"" + Algorithm::exclusive + "\"/>",
+                     "<CanonicalizationMethod Algorithm=\"" + Algorithm::exclusive +
+                         "\"><i:InclusiveNamespaces xmlns:i=\"" + Algorithm::exclusive +
+                         "\" PrefixList=\"xsi\"/></CanonicalizationMethod>");
+             }),
+        made("InstructionInTheDigestValue",
+             [] { return insertedAfter(honestManifest(), "<DigestValue>", "<?p?>"); }),
+        made("CharacterDataInFrontOfTheDigestValue",
+             [] {
+                 return replaced(evilRoot(signature()), "<DigestValue>",
+                                 "<DigestValue><![CDATA[" +
+                                     elementOf(forged(), "DigestValue").substr(13, 44) + "]]>");
+             }),
+        // The signed information is canonicalised with what surrounds it.
+        made("NamespaceAroundInclusiveInformation",
+             [] { return insertedAfter(inclusivelySigned(), "<Signature", " xmlns:a=\"urn:a\""); }),
+        made("XmlAttributeAroundInclusiveInformation",
+             [] {
+                 return insertedAfter(inclusivelySigned(), "<Signature", " xml:space=\"preserve\"");
+             }),
         made("CanonicalizationChanged",
              [] {
                  return replaced(honestManifest(), Algorithm::exclusive, Algorithm::inclusive);
