@@ -29,7 +29,7 @@ class PrivateFileSystem {
 public:
     PrivateFileSystem(path place, const char* options) : place_(std::move(place)) {
         mounted_ = unshare(CLONE_NEWNS) == 0 &&
-                   mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+                   mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) == 0 &&
                    mount("tmpfs", place_.c_str(), "tmpfs", 0, options) == 0;
     }
     ~PrivateFileSystem() {
@@ -42,7 +42,7 @@ public:
 
     bool mounted() const { return mounted_; }
     bool makeReadOnly() {
-        return mount(nullptr, place_.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr) == 0;
+        return mount("none", place_.c_str(), "none", MS_REMOUNT | MS_RDONLY, nullptr) == 0;
     }
 
 private:
