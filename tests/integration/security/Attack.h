@@ -1,5 +1,8 @@
 // An attack starts from what anybody can have: a package of an honest maker, the trusted
 // certificate, and keys of one's own. It ends with a manifest that must not be accepted.
+//
+// Which of the attacks get in when a single protection is taken away is listed in
+// docs/reliability.md. The others are up against several, or against the libraries themselves.
 
 #pragma once
 

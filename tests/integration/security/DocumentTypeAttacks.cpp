@@ -79,8 +79,6 @@ INSTANTIATE_TEST_SUITE_P(
         moved("EntityForTheKind", "<!ENTITY e 'Script'>", "ScriptFileType", "&e;FileType"),
         moved("EntityInText", "<!ENTITY e ''>", "<Files>", "<Files>&e;"),
         moved("EntityInAnEntity", "<!ENTITY d '2.3'><!ENTITY e '1.&d;.4'>", "1.2.3.4", "&e;"),
-        moved("EntityThroughAParameter", "<!ENTITY % p \"<!ENTITY e '1.2.3.4'>\">%p;", "1.2.3.4",
-              "&e;"),
         moved("DefaultForARevision", "<!ATTLIST HwRev Value CDATA 'A'>", "<HwRev Value=\"A\"",
               "<HwRev"),
         moved("DefaultForAVersion", "<!ATTLIST Version Value CDATA '1.2.3.4'>",
@@ -103,6 +101,8 @@ INSTANTIATE_TEST_SUITE_P(
     OddDocumentType, AttackTest,
     testing::Values(
         documentType("Unfinished", "<!DOCTYPE FirmwareDescription ["),
+        moved("EntityThroughAParameter", "<!ENTITY % p \"<!ENTITY e '1.2.3.4'>\">%p;", "1.2.3.4",
+              "&e;"),
         documentType("Twice", "<!DOCTYPE FirmwareDescription><!DOCTYPE FirmwareDescription>"),
         documentType("InLowerCase", "<!doctype FirmwareDescription>"),
         moved("RedefinedPredefinedEntity", "<!ENTITY lt '&#38;#60;'>", "<Files>", "<Files>&lt;"),

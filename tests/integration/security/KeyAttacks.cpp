@@ -1,5 +1,6 @@
 // The attacker brings the key: a manifest of the attacker's own, properly signed, but not by the
-// trusted key, and a signature that says where to find a key that fits.
+// trusted key, and a signature that says where to find a key that fits, or none. Where no key is
+// shown the trusted one does not fit, and xmlsec does not take an RSA key for a shared secret.
 
 #include "Attack.h"
 #include "KeyValues.h"

@@ -36,6 +36,16 @@ Attack made(const std::string& name, const std::function<std::string()>& manifes
     return {name, manifest};
 }
 
+std::string part() {
+    return insertedAfter(unsignedHonest(), "<FirmwareDescription", " xml:id=\"part\"");
+}
+
+std::string signatureOfPart() {
+    SignatureForm form;
+    form.references[0].uri = " URI=\"#part\"";
+    return elementOf(signAs(part(), form, rsaKey()), "Signature");
+}
+
 std::string inclusivelySigned() {
     SignatureForm form;
     form.canonicalisation = Algorithm::inclusive;
@@ -112,6 +122,16 @@ INSTANTIATE_TEST_SUITE_P(
              [] { return rootOf(evilManifest()) + rootOf(honestManifest()); }),
         made("EvilRootBehindTheHonestOne",
              [] { return honestManifest() + rootOf(evilManifest()); }),
+        // The maker signed a part by its identifier, which is as good as the whole until it moves.
+        made("SignedPartMovedAside",
+             [] {
+                 return evilRoot("<Wrapper>" + rootOf(part()) + "</Wrapper>" + signatureOfPart());
+             }),
+        made("SignedPartMovedToTheFiles",
+             [] {
+                 const std::string text = evilRoot(signatureOfPart());
+                 return insertedBefore(text, "</Files>", rootOf(part()));
+             }),
         made("SignatureBehindTheRoot", [] { return unsignedHonest() + signature(); }),
         made("SignatureBeforeTheRoot", [] { return signature() + rootOf(unsignedHonest()); }),
         made("SignatureInAComment", [] { return evilRoot("<!--" + signature() + "-->"); }),

@@ -70,9 +70,18 @@ const std::string manifestObject =
 INSTANTIATE_TEST_SUITE_P(
     Reference, AttackTest,
     testing::Values(
-        uri("Fragment", "#o"), uri("FragmentOfTheRoot", "#root"), uri("UnknownFragment", "#none"),
-        uri("BareNumberSign", "#"), uri("XPointerToTheDocument", "#xpointer(/)"),
-        uri("XPointerToAnId", "#xpointer(id('o'))"), uri("XPointerToNothing", "#xpointer(//none)"),
+        uri("Fragment", "#o"),
+        Attack{"FragmentOfTheRoot",
+               [] {
+                   SignatureForm form;
+                   form.references[0].uri = " URI=\"#root\"";
+                   return signAs(insertedAfter(honestWithoutSignature(), "<FirmwareDescription",
+                                               " xml:id=\"root\""),
+                                 form, rsaKey());
+               }},
+        uri("UnknownFragment", "#none"), uri("BareNumberSign", "#"),
+        uri("XPointerToTheDocument", "#xpointer(/)"), uri("XPointerToAnId", "#xpointer(id('o'))"),
+        uri("XPointerToNothing", "#xpointer(//none)"),
         uri("XmlnsPointer", "#xmlns(a=b)xpointer(/)"), uri("LocalFile", "file:///etc/hostname"),
         uri("RelativeFile", "hostname"), uri("AbsolutePath", "/etc/hostname"),
         uri("Network", "http://127.0.0.1:1/x"), uri("SecureNetwork", "https://127.0.0.1:1/x"),

@@ -1,5 +1,6 @@
 // The attacker's key is where the signature says: elsewhere in the manifest, in a file, on the
-// network.
+// network. xmlsec 1.2 makes nothing of a method without a type, nor of a reference to a KeyInfo;
+// other versions may.
 
 #include "Attack.h"
 #include "KeyValues.h"
