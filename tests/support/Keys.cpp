@@ -95,7 +95,7 @@ TestKey certified(EVP_PKEY* generated, const char* name = "corvane test",
 
 const Authority& authority() {
     static const Authority made = [] {
-        KeyPtr key(EVP_RSA_gen(2048));
+        KeyPtr key(EVP_EC_gen("P-256"));
         require(key != nullptr);
         CertificatePtr certificate = certify(key.get(), authorityName, nullptr);
         return Authority{std::move(key), std::move(certificate)};

@@ -32,7 +32,7 @@ const TestKey& ecKey();
 // A DSA key of 1024 bits, as there were when DSA was in use.
 const TestKey& dsaKey();
 
-// Of a certificate authority. Its certificate names it "corvane test authority".
+// A P-256 key of a certificate authority. Its certificate names it "corvane test authority".
 const TestKey& authorityKey();
 
 // An RSA key whose certificate the authority signed, for "corvane test leaf", number 1.

@@ -28,8 +28,11 @@ const std::string trusted = "corvane test";
 
 Attack shown(const std::string& name, const TestKey& (*key)(),
              const std::function<std::string()>& data) {
-    return {name,
-            [=] { return withKeyInfo(forged({}, key()), "<X509Data>" + data() + "</X509Data>"); }};
+    return {name, [=] {
+                SignatureForm form;
+                form.method = key == authorityKey ? Algorithm::ecdsaSha256 : Algorithm::rsaSha256;
+                return withKeyInfo(forged(form, key()), "<X509Data>" + data() + "</X509Data>");
+            }};
 }
 
 Attack elliptic(const std::string& name, const std::function<std::string()>& keyInfo) {
