@@ -134,6 +134,9 @@ bool worksWithin(std::size_t bytes, const std::function<void()>& work) {
 }
 
 double slowness() {
+    if (underValgrind()) {
+        return 50;
+    }
     return emulated() || CORVANE_SANITIZED != 0 ? 10 : 1;
 }
 
