@@ -1,19 +1,14 @@
 #include "Norv/Corvane/Common/ScriptRunner.h"
 
 #include <gmock/gmock.h>
-#include <pthread.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <boost/filesystem/operations.hpp>
-#include <csignal>
 #include <cstdlib>
 #include <string>
-#include <system_error>
 #include <type_traits>
 
 #include "LogCapture.h"
-#include "Process.h"
 #include "TemporaryDirectory.h"
 
 namespace {
@@ -256,69 +251,6 @@ TEST_F(ScriptRunnerTest, DoesNotSplitAPathAtABlankBetweenDoubleQuotes) {
 TEST_F(ScriptRunnerTest, LetsNoShellInterpretThePath) {
     EXPECT_TRUE(run(leaveMark(), "$(exit)`exit`;&|'*Script.run"));
     EXPECT_TRUE(ran());
-}
-
-TEST_F(ScriptRunnerTest, LogsTheCommandWhenNoProcessCanBeStarted) {
-    if (underValgrind()) {
-        GTEST_SKIP() << "valgrind gives another error once its own descriptors are used up";
-    }
-#if defined(__SANITIZE_ADDRESS__)
-    GTEST_SKIP() << "UndefinedBehaviorSanitizer looks at objects through a pipe of its own";
-#endif
-    directory.write("Script.run", leaveMark());
-    ScriptRunner runner(directory.path(), fileAt("Script.run"));
-    rlimit before{};
-    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
-    const rlimit none{0, before.rlim_max};
-    // Launching needs a pipe, and with that limit there is none.
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
-    const bool verdict = runner.done();
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
-
-    EXPECT_FALSE(verdict);
-    EXPECT_FALSE(ran());
-    EXPECT_THAT(log.records(),
-                ElementsAre(error(
-                    "Faild to execute command \"/bin/sh " + (directory / "Script.run").native() +
-                    " /UpdateApplicationFiles:True /UpdateSystemFiles:True"
-                    " /CommissioningMode:False\" (" +
-                    std::make_error_code(std::errc::too_many_files_open).message() + ")")));
-}
-
-TEST_F(ScriptRunnerTest, RunsScriptsForAHostThatIgnoresItsChildren) {
-    const auto before = std::signal(SIGCHLD, SIG_IGN);
-    const bool succeeded = run("exit 0\n");
-    const auto after = std::signal(SIGCHLD, before);
-    EXPECT_TRUE(succeeded);
-    EXPECT_EQ(after, SIG_DFL);
-
-    std::signal(SIGCHLD, SIG_IGN);
-    const bool failed = !run("exit 3\n");
-    std::signal(SIGCHLD, before);
-    EXPECT_TRUE(failed);
-}
-
-TEST_F(ScriptRunnerTest, IsReadyToBeToldOfTheEndBeforeTheScriptCanBegin) {
-    // A child that ends while its parent ignores such ends cannot be waited for.
-    static void (*atFork)(int) = SIG_ERR;
-    ASSERT_EQ(pthread_atfork(
-                  [] {
-                      struct sigaction current {};
-                      sigaction(SIGCHLD, nullptr, &current);
-                      atFork = current.sa_handler;
-                  },
-                  nullptr, nullptr),
-              0);
-    const auto before = std::signal(SIGCHLD, SIG_IGN);
-    EXPECT_TRUE(run("exit 0\n"));
-    std::signal(SIGCHLD, before);
-    EXPECT_EQ(atFork, SIG_DFL);
-}
-
-TEST_F(ScriptRunnerTest, LeavesTheSignalAloneWhenThereIsNothingToRun) {
-    const auto before = std::signal(SIGCHLD, SIG_IGN);
-    EXPECT_TRUE(run("exit 0\n", "install.sh"));
-    EXPECT_EQ(std::signal(SIGCHLD, before), SIG_IGN);
 }
 
 }  // namespace
