@@ -1,7 +1,13 @@
 #include <gmock/gmock.h>
+#include <spdlog/sinks/base_sink.h>
+#include <spdlog/spdlog.h>
 #include <sys/stat.h>
 
+#include <chrono>
+#include <functional>
 #include <future>
+#include <memory>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <utility>
@@ -43,6 +49,23 @@ public:
 private:
     std::promise<void> reached_;
     std::promise<void> proceed_;
+};
+
+// Does something in the middle of logging a record.
+class CallingSink : public spdlog::sinks::base_sink<std::mutex> {
+public:
+    explicit CallingSink(std::function<void()> action) : action_(std::move(action)) {}
+
+protected:
+    void sink_it_(const spdlog::details::log_msg& message) override {
+        if (message.payload == spdlog::string_view_t(requested.message)) {
+            action_();
+        }
+    }
+    void flush_() override {}
+
+private:
+    std::function<void()> action_;
 };
 
 class CancellationTest : public testing::Test {
@@ -152,6 +175,29 @@ TEST_F(CancellationTest, IsLoggedBeforeItIsReported) {
         checkpoint.whileHeld([&] { installer.Cancel(); });
     }
     EXPECT_THAT(before, ElementsAre(requested, canceled));
+}
+
+TEST_F(CancellationTest, IsLoggedBeforeItTakesEffect) {
+    std::promise<void> logging;
+    std::promise<void> atSecondFile;
+    std::future_status second = std::future_status::timeout;
+    spdlog::default_logger()->sinks().push_back(std::make_shared<CallingSink>([&] {
+        logging.set_value();
+        second = atSecondFile.get_future().wait_for(std::chrono::seconds(20));
+    }));
+    {
+        Installer installer(target.path());
+        installer.Install(
+            unsignedPackage(PackageBuilder()
+                                .firmware("first", std::string(2048, 'x'))
+                                .firmware("second", std::string(2048, 'y'))),
+            [&](unsigned int percent) {
+                percent < 100 ? logging.get_future().wait() : atSecondFile.set_value();
+            },
+            [](bool) {});
+        installer.Cancel();
+    }
+    EXPECT_EQ(second, std::future_status::ready) << "the worker stopped before the second file";
 }
 
 TEST_F(CancellationTest, LogsTheRequestEachTimeButCancelsOnce) {
