@@ -1,5 +1,7 @@
 #include "Norv/Corvane/Common/FirmwareIndex.h"
 
+#include <sys/stat.h>
+
 #include <boost/interprocess/sync/file_lock.hpp>
 #include <boost/interprocess/sync/scoped_lock.hpp>
 #include <boost/interprocess/sync/sharable_lock.hpp>
@@ -8,6 +10,7 @@
 #include <fstream>
 #include <stdexcept>
 #include <string_view>
+#include <utility>
 
 #include "ManufacturerPrefix.h"
 
@@ -33,6 +36,15 @@ const json::value& member(const json::value& record, std::string_view key) {
     return *value;
 }
 
+// Which file the path leads to at the moment; none if it leads nowhere.
+std::optional<std::pair<dev_t, ino_t>> fileAt(const std::filesystem::path& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0) {
+        return std::nullopt;
+    }
+    return std::make_pair(status.st_dev, status.st_ino);
+}
+
 // Null if the file cannot be opened.
 json::value readDocument(const std::filesystem::path& path) {
     // Closing any descriptor of the file drops the process's locks on it. The stream comes first
@@ -54,13 +66,15 @@ json::value readDocument(const std::filesystem::path& path) {
 void Save(const std::filesystem::path& path, const Firmwares& firmwares) {
     // Closed after the lock; see readDocument().
     std::ofstream stream(path);
+    const auto opened = fileAt(path);
     ipc::file_lock lock(path.c_str());
     ipc::scoped_lock<ipc::file_lock> guard(lock);
     // While this process waited for the lock, others may have written the file that it emptied
     // when it opened the stream. Their text would outlive a shorter document, or this process if
     // it is killed half way, and could complete what is written here to a valid mixture. Should
-    // the path be gone by now, so is everyone who could read the mixture.
-    if (stream.is_open()) {
+    // the path be gone by now, so is everyone who could read the mixture; should it lead to another
+    // file, that one was neither opened nor locked here.
+    if (stream.is_open() && fileAt(path) == opened) {
         std::error_code gone;
         std::filesystem::resize_file(path, 0, gone);
     }

@@ -8,7 +8,9 @@
 #include <boost/json/error.hpp>
 #include <boost/json/serialize.hpp>
 #include <boost/system/system_error.hpp>
+#include <filesystem>
 #include <string>
+#include <system_error>
 #include <thread>
 
 #include "ChildProcess.h"
@@ -43,6 +45,17 @@ boost::system::error_code loadError(const std::filesystem::path& path) {
     } catch (const boost::system::system_error& error) {
         return error.code();
     }
+}
+
+// How many of the process's descriptors are of the file.
+std::size_t descriptorsOf(const std::filesystem::path& file, pid_t process) {
+    std::size_t count = 0;
+    const auto all = "/proc/" + std::to_string(process) + "/fd";
+    for (const auto& entry : std::filesystem::directory_iterator(all)) {
+        std::error_code gone;
+        count += std::filesystem::read_symlink(entry, gone) == file ? 1U : 0U;
+    }
+    return count;
 }
 
 class FirmwareIndexLock : public testing::Test {
@@ -187,6 +200,20 @@ TEST_F(FirmwareIndexLock, LetsNothingSurviveBehindAShorterDocument) {
     ASSERT_TRUE(eventually([&] { return file_.isEmpty(); }));
     // The saver waits. Another one has emptied the file before it, and writes now.
     file_.write(text(document('a', 100)));
+    file_.set(Lock::None);
+    EXPECT_EQ(saver.wait(), "exit 0");
+    EXPECT_EQ(Load(path_), firmwares);
+}
+
+TEST_F(FirmwareIndexLock, LeavesAFileAloneThatTakesItsPlaceWhileASaveWaits) {
+    file_.set(Lock::Exclusive);
+    ChildProcess saver = saving(document('b', 2));
+    // The one that it inherits, the one that it writes with, and the one that it locks with.
+    ASSERT_TRUE(eventually([&] { return descriptorsOf(path_, saver.pid()) == 3; }));
+    const Firmwares firmwares = document('a', 10);
+    Save(path_.string() + ".new", firmwares);
+    std::filesystem::rename(path_.string() + ".new", path_);
+    EXPECT_EQ(saver.waitFor(200ms), std::nullopt);
     file_.set(Lock::None);
     EXPECT_EQ(saver.wait(), "exit 0");
     EXPECT_EQ(Load(path_), firmwares);
