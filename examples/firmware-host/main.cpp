@@ -4,6 +4,7 @@
 #include <Norv/Corvane/Common/FirmwareZipValidator.h>
 #include <Norv/Corvane/Common/Installer.h>
 #include <Norv/Corvane/Common/ScriptRunner.h>
+#include <fcntl.h>
 #include <spdlog/sinks/stdout_sinks.h>
 #include <spdlog/spdlog.h>
 #include <unistd.h>
@@ -34,6 +35,18 @@ class HostError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
+
+// Gives the streams that the caller closed somewhere to go to. The pipe of the events could take
+// the place of standard error otherwise, and scripts would fail to write.
+void openStandardStreams() {
+    int descriptor = -1;
+    do {
+        descriptor = ::open("/dev/null", O_RDWR);
+    } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+    if (descriptor >= 0) {
+        ::close(descriptor);
+    }
+}
 
 void complain(const std::string& text) {
     // In one piece, and off the line that the progress bar may stand on.
@@ -218,6 +231,7 @@ ExitStatus runHost(const Arguments& arguments) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    openStandardStreams();
     std::set_terminate(reportTermination);
     try {
         const Arguments arguments = parseArguments(argc, argv);

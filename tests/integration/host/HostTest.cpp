@@ -212,4 +212,13 @@ TEST_F(Host, FinishesWhenNobodyReadsItsOutput) {
     EXPECT_THAT(target.files(), ElementsAre("Script.run", "a", "b"));
 }
 
+TEST_F(Host, OpensTheStandardStreamsThatItsCallerClosed) {
+    const auto package =
+        PackageBuilder().script("Script.run", "set -e; echo out; echo err >&2\n").build(directory);
+    std::vector<std::string> words = {"sh", "-c", "exec \"$@\" <&- >&- 2>&-", "sh"};
+    const std::vector<std::string> host = command(package);
+    words.insert(words.end(), host.begin(), host.end());
+    EXPECT_EQ(run(words).status, 0);
+}
+
 }  // namespace
