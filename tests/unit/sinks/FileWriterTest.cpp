@@ -182,6 +182,14 @@ TEST_F(FileWriterTest, FailsForAnEmptyInstallationPath) {
     EXPECT_THAT(directory.files(), IsEmpty());
 }
 
+TEST_F(FileWriterTest, TakesAMissingTargetForTheFileWhenTheInstallationPathIsEmpty) {
+    File file = fileAt("app");
+    file.remoteFilePath = "";
+    EXPECT_TRUE(writeTo(directory / "fw", file));
+    EXPECT_THAT(directory.files(), ElementsAre("fw"));
+    EXPECT_EQ(readFile(directory / "fw"), "content");
+}
+
 TEST_F(FileWriterTest, FailsToOpenAPathThatNamesADirectory) {
     fs::create_directories(directory / "fw/app");
     EXPECT_FALSE(writeTo(directory / "fw", fileAt("app")));

@@ -40,7 +40,8 @@ struct FirmwareDescription {
         // Name of the entry inside the archive.
         std::string localFilePath;
         // Where to install the file below the target directory; none when that is `localFilePath`.
-        // Engaged and empty when the manifest does not say, which no target can satisfy.
+        // Engaged and empty when the manifest does not say: that is the target directory itself,
+        // which cannot be written if it is there, and becomes a file if it is not.
         boost::optional<std::string> remoteFilePath;
         // Expected digest, raw bytes. Any length but the algorithm's own never matches.
         std::vector<std::uint8_t> hashValue;
