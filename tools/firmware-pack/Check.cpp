@@ -17,6 +17,11 @@ namespace {
 using Ombrel::Project::DeviceType;
 using Ombrel::Project::Version;
 
+// What Linux takes as one name, and as a path, of which the target directory needs a part. Below a
+// longer one the state of a directory cannot be told, which ends the installing process.
+constexpr std::size_t maximumName = 255;
+constexpr std::size_t maximumPath = 4000;
+
 // Devices count lengths and progress in 32 bits.
 constexpr std::uint64_t maximumLength = std::numeric_limits<std::uint32_t>::max();
 
@@ -32,6 +37,14 @@ bool endsWith(const std::string& text, const std::string& suffix) {
 bool hasParentComponent(const std::string& path) {
     const std::filesystem::path parts(path);
     return std::find(parts.begin(), parts.end(), "..") != parts.end();
+}
+
+bool isTooLong(const std::string& path) {
+    const std::filesystem::path parts(path);
+    return path.size() > maximumPath ||
+           std::any_of(parts.begin(), parts.end(), [](const std::filesystem::path& part) {
+               return part.native().size() > maximumName;
+           });
 }
 
 void checkVersion(const char* name, const std::string& text, Findings& findings) {
@@ -61,8 +74,10 @@ void checkRemotePath(const ManifestFile& file, Findings& findings) {
     const std::string& path = file.remoteFilePath;
     if (path.empty()) {
         findings.errors.push_back("the remote path of " + quoted(file.localFilePath) + " is empty");
-    } else if (path.back() == '/') {
+    } else if (path.back() == '/' || std::filesystem::path(path).filename() == ".") {
         findings.errors.push_back("the remote path " + quoted(path) + " names a directory");
+    } else if (isTooLong(path)) {
+        findings.errors.push_back("the remote path " + quoted(path) + " is too long");
     } else if (hasParentComponent(path)) {
         findings.errors.push_back("the remote path " + quoted(path) +
                                   " leads out of the target directory");

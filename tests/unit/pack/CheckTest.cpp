@@ -87,8 +87,25 @@ TEST(PackCheck, RefusesEntryNamesThatCannotServe) {
 TEST(PackCheck, RefusesInstallationPathsThatCannotBeWritten) {
     EXPECT_THAT(check(with({firmware("a", "")})).errors,
                 ElementsAre("the remote path of \"a\" is empty"));
-    EXPECT_THAT(check(with({firmware("a", "bin/")})).errors,
-                ElementsAre("the remote path \"bin/\" names a directory"));
+    for (const char* remote : {"bin/", "bin/.", ".", "/."}) {
+        EXPECT_THAT(
+            check(with({firmware("a", remote)})).errors,
+            ElementsAre("the remote path \"" + std::string(remote) + "\" names a directory"));
+    }
+    EXPECT_THAT(check(with({firmware("a", "./a.")})).errors, IsEmpty());
+}
+
+TEST(PackCheck, RefusesInstallationPathsThatAreTooLong) {
+    const std::string name(255, 'n');
+    std::string path = name;
+    while (path.size() < 3800) {
+        path += "/" + name;
+    }
+    EXPECT_THAT(check(with({firmware("a", path)})).errors, IsEmpty());
+    for (const std::string& remote : {name + "n", name + "n/a", path + "/" + name}) {
+        EXPECT_THAT(check(with({firmware("a", remote)})).errors,
+                    ElementsAre("the remote path \"" + remote + "\" is too long"));
+    }
 }
 
 TEST(PackCheck, RefusesInstallationPathsOutsideTheTarget) {
