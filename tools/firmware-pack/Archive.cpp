@@ -6,6 +6,7 @@
 #include <zip.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <memory>
 
@@ -48,6 +49,44 @@ ArchivePtr openArchive(const std::string& path, int flags) {
     }
     return archive;
 }
+
+// Signals that end a process and that nobody has asked to be ignored.
+sigset_t endingSignals() {
+    sigset_t signals;
+    ::sigemptyset(&signals);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction action {};
+        ::sigaction(signal, nullptr, &action);
+        if (action.sa_handler != SIG_IGN) {
+            ::sigaddset(&signals, signal);
+        }
+    }
+    return signals;
+}
+
+// Whether one of them arrived and is held back.
+bool interrupted() {
+    const sigset_t ending = endingSignals();
+    sigset_t held;
+    ::sigpending(&held);
+    ::sigandset(&held, &held, &ending);
+    return ::sigisemptyset(&held) == 0;
+}
+
+// Holds them back from this thread for as long as it lives; then they end the process as usual.
+class SignalHold {
+public:
+    SignalHold() {
+        const sigset_t signals = endingSignals();
+        ::pthread_sigmask(SIG_BLOCK, &signals, &previous_);
+    }
+    ~SignalHold() { ::pthread_sigmask(SIG_SETMASK, &previous_, nullptr); }
+    SignalHold(const SignalHold&) = delete;
+    SignalHold& operator=(const SignalHold&) = delete;
+
+private:
+    sigset_t previous_;
+};
 
 // A new file beside `path`, removed again unless it has been moved there.
 class PendingFile {
@@ -98,6 +137,7 @@ private:
         }
     }
 
+    SignalHold hold_;
     std::string path_;
     std::string pending_;
     bool moved_ = false;
@@ -148,6 +188,9 @@ FileDigest digestIn(zip_t* archive, const std::string& archivePath, const std::s
         if (count == 0) {
             return {sha256.finish(), length};
         }
+        if (interrupted()) {
+            throw PackError("interrupted while reading " + archivePath);
+        }
         sha256.update(chunk.data(), static_cast<std::size_t>(count));
         length += static_cast<std::uint64_t>(count);
     }
@@ -175,6 +218,8 @@ void writeArchive(const std::string& path, const std::vector<ArchiveEntry>& entr
     for (const ArchiveEntry& entry : entries) {
         addEntry(archive.get(), entry);
     }
+    zip_register_cancel_callback_with_state(
+        archive.get(), [](zip_t*, void*) { return interrupted() ? 1 : 0; }, nullptr, nullptr);
     if (zip_close(archive.get()) != 0) {
         failWriting(path, zip_strerror(archive.get()));
     }

@@ -29,8 +29,8 @@ struct ArchiveEntry {
 
 // Writes the entries in their order; at least one, no name twice. The file appears under `path`
 // complete and synced to disk, replacing a regular file, or not at all: the work is done under
-// another name in the same directory. Entries carry a fixed time, so that equal input gives equal
-// bytes. Throws `PackError`.
+// another name in the same directory. Signals that would end the process take effect once that file
+// is gone. Entries carry a fixed time, so that equal input gives equal bytes. Throws `PackError`.
 void writeArchive(const std::string& path, const std::vector<ArchiveEntry>& entries);
 
 // Digest and uncompressed length of what the archive holds under `name`. Throws `PackError` when

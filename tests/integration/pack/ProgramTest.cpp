@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <fstream>
 #include <iterator>
 #include <thread>
@@ -228,6 +229,23 @@ TEST_F(PackProgram, LeavesNothingBehindWhenTheDiskIsFull) {
     EXPECT_EQ(result.err,
               "firmware-pack: error: cannot write " + output + ": Write error: File too large\n");
     EXPECT_THAT(outputs.files(), IsEmpty());
+}
+
+TEST_F(PackProgram, LeavesNothingBehindWhenItIsInterrupted) {
+    const std::string large = (sources / "large").string();
+    ASSERT_EQ(run({"truncate", "-s", "100M", large}).status, 0);
+    outputs.write("package.zip", "earlier");
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        Process packing(command({}, {"--firmware", large, "large", "large"}));
+        for (int i = 0; i < 12000 && outputs.files().size() < 2; ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        ASSERT_GT(outputs.files().size(), 1U);
+        ::kill(packing.id(), signal);
+        EXPECT_EQ(packing.wait().status, 128 + signal);
+        EXPECT_THAT(outputs.files(), ElementsAre("package.zip"));
+        EXPECT_TRUE(readFile(output) == "earlier");
+    }
 }
 
 TEST_F(PackProgram, SaysWhyTheOutputCannotBeWritten) {
