@@ -7,8 +7,8 @@
 // Every file is read once, checked against its signed digest, written, and run if it is a script.
 // The first failure ends the installation; what is installed by then stays. A failure that no
 // verdict can express (a listed entry that is not in the archive, a directory that may not be
-// searched, a callback that throws, memory that runs out) ends the process instead: success is never
-// reported by accident.
+// searched, a callback that throws, memory that runs out) ends the process instead: success is
+// never reported by accident.
 
 #pragma once
 
