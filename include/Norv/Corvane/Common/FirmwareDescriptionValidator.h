@@ -8,6 +8,10 @@
 // Nothing in here throws but `std::bad_alloc`. What the libraries complain about goes to the
 // default logger at debug level, never to the process's streams; OpenSSL's error queue and
 // libxml2's error handlers are left as they were found.
+//
+// `Init` changes what the rest of the process gets from libxml2, and `Deinit` leaves that so:
+// external entities read as empty, and on the thread of `Init` the functions that take no options
+// (`xmlParseFile` and the like) substitute entities.
 
 #pragma once
 
