@@ -12,7 +12,7 @@ include(FindPackageHandleStandardArgs)
 find_package_handle_standard_args(LibtorrentSpan
     REQUIRED_VARS LibtorrentSpan_INCLUDE_DIR
     REASON_FAILURE_MESSAGE
-        "run scripts/dependencies, or set CORVANE_LIBTORRENT_INCLUDE_DIR to its parent directory")
+        "run scripts/dependencies, or set CORVANE_LIBTORRENT_INCLUDE_DIR to the directory that holds libtorrent/span.hpp")
 
 if(LibtorrentSpan_FOUND AND NOT TARGET LibtorrentSpan::LibtorrentSpan)
     add_library(LibtorrentSpan::LibtorrentSpan INTERFACE IMPORTED)
