@@ -20,6 +20,9 @@ public:
     Failure& operator=(const Failure&) = delete;
 };
 
+// The functions that start the libraries up, in the order in which each was called first.
+std::vector<std::string>& startups();
+
 // The functions that shut the libraries down, in the order in which they were called.
 std::vector<std::string>& shutdowns();
 

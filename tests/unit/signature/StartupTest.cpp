@@ -94,6 +94,16 @@ TEST_F(Startup, SetsWhatLibxml2DoesByDefaultOnThisThread) {
     FirmwareDescriptionValidator::Deinit();
 }
 
+TEST_F(Startup, BringsOneLibraryUpBeforeTheNext) {
+    startups().clear();
+    EXPECT_FALSE(FirmwareDescriptionValidator::Init());
+    EXPECT_THAT(startups(),
+                ElementsAre("xmlInitParser", "xmlCheckVersion", "xmlSubstituteEntitiesDefault",
+                            "xmlSecInit", "xmlSecCheckVersionExt", "xmlSecOpenSSLAppInit",
+                            "xmlSecOpenSSLInit"));
+    FirmwareDescriptionValidator::Deinit();
+}
+
 TEST_F(Startup, IsUndoneInTheOppositeOrder) {
     EXPECT_FALSE(FirmwareDescriptionValidator::Init());
     shutdowns().clear();
@@ -164,29 +174,51 @@ TEST_F(FailedLoad, ForWantOfMemoryThrows) {
     EXPECT_THAT(log.records(), IsEmpty());
 }
 
-struct FailedVerification : Startup, testing::WithParamInterface<std::string> {
-    FailedVerification() { EXPECT_FALSE(FirmwareDescriptionValidator::Init()); }
-    ~FailedVerification() override { FirmwareDescriptionValidator::Deinit(); }
+struct Verification : Startup {
+    Verification() {
+        EXPECT_FALSE(FirmwareDescriptionValidator::Init());
+        EXPECT_FALSE(validator.Open(keys.certificate));
+        SignatureForm form;
+        form.method = Algorithm::ecdsaSha256;
+        manifest = signAs("<a></a>", form, ecKey());
+    }
+    ~Verification() override {
+        validator.Close();
+        FirmwareDescriptionValidator::Deinit();
+    }
+
+    // While the named function gives `result`; when it works again, so does the validator.
+    boost::optional<bool> verdictWhile(const std::string& function, int result) {
+        boost::optional<bool> verdict;
+        {
+            const Failure failure(function, result);
+            verdict = validator.ValidateSignature(manifest);
+        }
+        EXPECT_EQ(validator.ValidateSignature(manifest), true);
+        EXPECT_THAT(log.records(), IsEmpty());
+        return verdict;
+    }
+
+    FirmwareDescriptionValidator validator;
+    std::string manifest;
 };
 
+// Carried out without an error, and its status still says nothing.
+TEST_F(Verification, WithoutAStatusIsFalse) {
+    EXPECT_EQ(verdictWhile("xmlSecDSigCtxVerify", 0), false);
+}
+
+struct FailedVerification : Verification, testing::WithParamInterface<std::string> {};
+
 TEST_P(FailedVerification, GivesNoVerdict) {
-    FirmwareDescriptionValidator validator;
-    ASSERT_FALSE(validator.Open(keys.certificate));
-    SignatureForm form;
-    form.method = Algorithm::ecdsaSha256;
-    const std::string manifest = signAs("<a></a>", form, ecKey());
-    {
-        const Failure failure(GetParam());
-        EXPECT_EQ(validator.ValidateSignature(manifest), boost::none);
-    }
-    EXPECT_EQ(validator.ValidateSignature(manifest), true);
-    EXPECT_THAT(log.records(), IsEmpty());
+    EXPECT_EQ(verdictWhile(GetParam(), -1), boost::none);
 }
 
 INSTANTIATE_TEST_SUITE_P(Step, FailedVerification,
                          testing::Values("xmlNewParserCtxt", "xmlSecDSigCtxCreate",
                                          "xmlSecDSigCtxEnableReferenceTransform",
-                                         "xmlSecDSigCtxEnableSignatureTransform"),
+                                         "xmlSecDSigCtxEnableSignatureTransform",
+                                         "xmlSecDSigCtxVerify"),
                          [](const auto& parameter) { return parameter.param; });
 
 }  // namespace
