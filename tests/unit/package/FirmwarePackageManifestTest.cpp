@@ -37,6 +37,15 @@ TEST_F(FirmwarePackageManifest, HasTheWholeManifestJudgedOnce) {
     EXPECT_THAT(validator.texts, ElementsAre(text));
 }
 
+TEST_F(FirmwarePackageManifest, ReadsTheEntryOfTheExactNameAmongSimilarOnes) {
+    const FirmwarePackage package = packageOf({{"x/FirmwareDescription.xml", "other"},
+                                               {"firmwaredescription.xml", "other"},
+                                               {manifestName, soundManifest}});
+    const StubValidator validator(true);
+    EXPECT_EQ(errorOf(package, validator), std::error_code());
+    EXPECT_THAT(validator.texts, ElementsAre(soundManifest));
+}
+
 TEST_F(FirmwarePackageManifest, ReportsASignatureThatCannotBeJudged) {
     const FirmwarePackage package = packageOf({{manifestName, "<not well-formed"}});
     EXPECT_EQ(errorOf(package, StubValidator(boost::none)),
@@ -95,6 +104,18 @@ TEST_F(FirmwarePackageManifest, ReadsTheManifestAsUtf8WhateverEncodingItDeclares
     const auto* const description = boost::get<FirmwareDescription>(&outcome);
     ASSERT_NE(description, nullptr);
     EXPECT_THAT(description->supportedHwRevs, ElementsAre("\xc3\xa4"));
+}
+
+// As the parser does by default: the signature was checked on the same reading.
+TEST_F(FirmwarePackageManifest, ResolvesReferencesAndTurnsBlanksInAttributesIntoSpaces) {
+    std::string text = soundManifest;
+    text.insert(text.rfind("</"),
+                "<SupportedHwRevs><HwRev Value=\" a&amp;&#10;b\tc\nd  e \"/></SupportedHwRevs>");
+    const FirmwarePackage package = packageOf({{manifestName, text}});
+    const Outcome outcome = package.validateAndGetFirmwareDescription(StubValidator(true));
+    const auto* const description = boost::get<FirmwareDescription>(&outcome);
+    ASSERT_NE(description, nullptr);
+    EXPECT_THAT(description->supportedHwRevs, ElementsAre(" a&\nb c d  e "));
 }
 
 TEST_F(FirmwarePackageManifest, HasNothingJudgedOfAManifestThatCannotBeReadToItsEnd) {

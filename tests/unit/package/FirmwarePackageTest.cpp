@@ -135,6 +135,11 @@ TEST_F(FirmwarePackageTest, ChangesNothingOnDisk) {
     EXPECT_THAT(directory.files(), ElementsAre("package.zip"));
 }
 
+TEST_F(FirmwarePackageTest, OpensItsArchiveForReadingOnly) {
+    const FirmwarePackage package = packageOf({{"app", "data"}});
+    EXPECT_EQ(zip_get_archive_flag(package.archive().handle(), ZIP_AFL_RDONLY, 0), 1);
+}
+
 TEST_F(FirmwarePackageTest, IsTrueWhenItHoldsAManifestAtTheTop) {
     EXPECT_TRUE(static_cast<bool>(packageOf({{"a", ""}, {manifestName, ""}})));
     EXPECT_FALSE(static_cast<bool>(packageOf({{"a", ""}})));
@@ -164,6 +169,13 @@ TEST_F(FirmwarePackageTest, ComparesTheDigestOfAnEntry) {
     EXPECT_TRUE(package.validate(recordOf("app", digestOf(data))));
     EXPECT_FALSE(package.validate(recordOf("other", digestOf(data))));
     EXPECT_FALSE(package.validate(recordOf("app", digestOf(data.substr(1)))));
+}
+
+TEST_F(FirmwarePackageTest, ComparesTheEntryOfTheExactNameAmongSimilarOnes) {
+    const FirmwarePackage package =
+        packageOf({{"dir/app", "other"}, {"APP", "other"}, {"app", "data"}});
+    EXPECT_TRUE(package.validate(recordOf("app", digestOf("data"))));
+    EXPECT_THROW(package.validate(recordOf("App", digestOf("data"))), std::runtime_error);
 }
 
 TEST_F(FirmwarePackageTest, ComparesDigestsOfWholeReadsToo) {

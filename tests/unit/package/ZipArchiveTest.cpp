@@ -100,6 +100,13 @@ TEST_F(ZipArchive, FindsNothingByAnyOtherName) {
     EXPECT_GE(archive.find("NAME", ZIP_FL_NOCASE | ZIP_FL_NODIR), 0) << "flags are passed on";
 }
 
+TEST_F(ZipArchive, OpensAndStatesEntriesWithTheFlagsItIsGiven) {
+    const libzip::archive archive = openArchive({{"dir/name", "data"}});
+    constexpr zip_flags_t flags = ZIP_FL_NOCASE | ZIP_FL_NODIR;
+    EXPECT_EQ(archive.open("NAME", flags).read(10), "data");
+    EXPECT_EQ(archive.stat("NAME", flags).size, 4U);
+}
+
 TEST_F(ZipArchive, StatesTheUncompressedSize) {
     const libzip::archive archive = openArchive({{"zeros", std::string(100000, '\0')}, {"no", ""}});
     EXPECT_EQ(archive.stat("zeros").size, 100000U);
