@@ -2,6 +2,7 @@
 
 #include <boost/optional/optional_io.hpp>
 #include <cstdint>
+#include <locale>
 #include <string>
 #include <vector>
 
@@ -141,6 +142,25 @@ TEST(ParseFile, RefusesLengthsThatAreNotA32BitNumber) {
     FileEntry entry;
     entry.length = "";
     EXPECT_FALSE(entry.parse()) << "no length at all";
+}
+
+struct Thousands : std::numpunct<char> {
+    char do_thousands_sep() const override { return ','; }
+    std::string do_grouping() const override { return "\3"; }
+};
+
+// A quirk of the conversion; the library itself never changes the locale.
+TEST(ParseFile, AcceptsTheGroupingOfTheHostsGlobalLocale) {
+    const std::locale before =
+        std::locale::global(std::locale(std::locale::classic(), new Thousands));
+    const auto grouped = ofLength("1,000").parse();
+    const auto plain = ofLength("1000").parse();
+    const auto misplaced = ofLength("10,00").parse();
+    std::locale::global(before);
+    ASSERT_TRUE(grouped && plain);
+    EXPECT_EQ(grouped->length, 1000U);
+    EXPECT_EQ(plain->length, 1000U);
+    EXPECT_FALSE(misplaced);
 }
 
 TEST(ParseFile, RefusesAnEmptyNode) {
