@@ -255,9 +255,13 @@ TEST_F(FileWriterTest, FollowsASymbolicLinkToADirectory) {
 }
 
 TEST_F(FileWriterTest, NormalisesNothing) {
-    fs::create_directories(directory / "fw/a");
-    EXPECT_TRUE(writeTo(directory / "fw", fileAt("a/./../b")));
-    EXPECT_EQ(readFile(directory / "fw/b"), "content");
+    // Through the link, ".." is not the directory that the link is in.
+    fs::create_directories(directory / "other/sub");
+    fs::create_directory(directory / "fw");
+    fs::create_symlink("../other/sub", directory / "fw/link");
+    EXPECT_TRUE(writeTo(directory / "fw", fileAt("link/./../app")));
+    EXPECT_EQ(readFile(directory / "other/app"), "content");
+    EXPECT_FALSE(fs::exists(directory / "fw/app"));
 }
 
 }  // namespace

@@ -223,6 +223,15 @@ TEST_F(ScriptRunnerTest, FollowsASymbolicLinkToAScript) {
     EXPECT_TRUE(ran());
 }
 
+TEST_F(ScriptRunnerTest, NormalisesNothing) {
+    fs::create_directories(directory / "other/sub");
+    directory.write("other/Script.run", leaveMark());
+    fs::create_directory(directory / "fw");
+    fs::create_symlink("../other/sub", directory / "fw/link");
+    EXPECT_TRUE(ScriptRunner(directory / "fw", fileAt("link/./../Script.run")).done());
+    EXPECT_TRUE(ran());
+}
+
 TEST_F(ScriptRunnerTest, ThrowsWhenTheStateOfTheScriptCannotBeTold) {
     fs::create_symlink("Script.run", directory / "Script.run");
     ScriptRunner runner(directory.path(), fileAt("Script.run"));
