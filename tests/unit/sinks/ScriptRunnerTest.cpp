@@ -183,7 +183,8 @@ TEST_F(ScriptRunnerTest, FailsForAScriptThatTheShellCannotRead) {
 
 TEST_F(ScriptRunnerTest, AddsThePermissionOfTheOwnerAndNoOther) {
     const path script = directory.write("Script.run", "exit 0\n");
-    for (const auto& [before, after] : {std::pair<mode_t, mode_t>{0640, 0740}, {0606, 0706}}) {
+    for (const auto& [before, after] :
+         {std::pair<mode_t, mode_t>{0640, 0740}, {0606, 0706}, {0611, 0711}}) {
         ASSERT_EQ(chmod(script.c_str(), before), 0);
         EXPECT_TRUE(ScriptRunner(directory.path(), fileAt("Script.run")).done());
         EXPECT_EQ(modeOf("Script.run"), after);
@@ -201,6 +202,19 @@ TEST_F(ScriptRunnerTest, LeavesThePermissionsOfAnExecutableScriptAlone) {
     ASSERT_EQ(chmod(script.c_str(), 0715), 0);
     EXPECT_TRUE(ScriptRunner(directory.path(), fileAt("Script.run")).done());
     EXPECT_EQ(modeOf("Script.run"), 0715U);
+}
+
+TEST_F(ScriptRunnerTest, ThrowsWhenThePermissionCannotBeChanged) {
+    // A regular file that takes no other permissions, not even from root.
+    fs::create_symlink("/proc/self/comm", directory / "Script.run");
+    ScriptRunner runner(directory.path(), fileAt("Script.run"));
+    try {
+        runner.done();
+        FAIL() << "nothing was thrown";
+    } catch (const fs::filesystem_error& error) {
+        EXPECT_EQ(error.code(), boost::system::errc::operation_not_permitted);
+    }
+    EXPECT_THAT(log.records(), IsEmpty());
 }
 
 TEST_F(ScriptRunnerTest, FailsForAMissingScript) {
