@@ -142,6 +142,14 @@ TEST_F(ProgressCounterTest, CountsBytesModuloTwoToThe32) {
     EXPECT_THAT(reports, ElementsAre(50));
 }
 
+TEST_F(ProgressCounterTest, ReportsALowerPercentageOnceTheBytesHaveWrapped) {
+    State state = stateOf(4096);
+    EXPECT_TRUE(pass(state, 3072));
+    state.bytesWritten = UINT32_MAX;
+    EXPECT_TRUE(pass(state, 1025));
+    EXPECT_THAT(reports, ElementsAre(75, 25));
+}
+
 TEST_F(ProgressCounterTest, ThrowsForAnEmptyCallbackOnlyWhenAReportIsDue) {
     State state(10240, nullptr);
     EXPECT_TRUE(pass(state, 10));
