@@ -78,6 +78,19 @@ TEST_F(InstallerTest, SucceedsAtOnceWithoutFiles) {
     EXPECT_THAT(log.records(), ElementsAre(succeeded));
 }
 
+TEST_F(InstallerTest, HasNothingToCancelWithoutFiles) {
+    for (int round = 0; round < 50; ++round) {
+        bool verdict = false;
+        {
+            Installer installer(target.path());
+            installer.Install(unsignedPackage(PackageBuilder()), nullptr,
+                              [&](bool result) { verdict = result; });
+            installer.Cancel();
+        }
+        ASSERT_TRUE(verdict);
+    }
+}
+
 TEST_F(InstallerTest, InstallsInManifestOrder) {
     const std::string note = "echo \"$0\" >> " + (target / "order").native() + "\n";
     const auto report = install(PackageBuilder()
