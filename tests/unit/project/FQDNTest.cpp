@@ -136,6 +136,11 @@ TEST(FQDN, CleansThePartsThatItHandsOutAsCopies) {
     EXPECT_EQ(to_string(name), "h_1.a_b");
 }
 
+TEST(FQDN, SplitsCopiesAtTheFirstDotToo) {
+    EXPECT_EQ(FQDN("dev1.site.local").GetHost().GetText(), "dev1");
+    EXPECT_EQ(FQDN("dev1.site.local").GetDomain()->GetText(), "site.local");
+}
+
 TEST(FQDN, CleansTheOwningDomainToAnEmptyOneRatherThanNone) {
     const auto domain = inPlace("h._").GetDomain();
     ASSERT_TRUE(domain);
