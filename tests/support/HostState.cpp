@@ -65,7 +65,9 @@ private:
     int streams_[2];
     int files_[2];
     std::vector<std::string> errors_;
-    const void* passwordMethod_;
+    const UI_METHOD* previousPrompt_;
+    // Alive throughout, so that no other one can have its address.
+    UI_METHOD* prompt_;
     void* structuredContext_;
     xmlStructuredErrorFunc structured_;
     void* genericContext_;
@@ -73,11 +75,13 @@ private:
 };
 
 HostState::HostState()
-    : passwordMethod_(UI_get_default_method()),
+    : previousPrompt_(UI_get_default_method()),
+      prompt_(UI_create_method("the host's prompt")),
       structuredContext_(xmlStructuredErrorContext),
       structured_(xmlStructuredError),
       genericContext_(xmlGenericErrorContext),
       generic_(xmlGenericError) {
+    UI_set_default_method(prompt_);
     raiseErrors();
     errors_ = takeErrors();
     raiseErrors();
@@ -98,6 +102,8 @@ HostState::~HostState() {
         ::close(streams_[i]);
         ::close(files_[i]);
     }
+    UI_set_default_method(previousPrompt_);
+    UI_destroy_method(prompt_);
     ERR_clear_error();
     xmlSetStructuredErrorFunc(structuredContext_, structured_);
     xmlSetGenericErrorFunc(genericContext_, generic_);
@@ -131,7 +137,7 @@ std::string HostState::handlerChanges() const {
                       xmlGenericError == countGeneric && xmlGenericErrorContext == this;
     return std::string(kept ? "" : "[libxml2's handlers changed]") +
            (calls_ == 0 ? "" : "[the host's handlers were called]") +
-           (UI_get_default_method() == passwordMethod_ ? "" : "[OpenSSL's prompt changed]");
+           (UI_get_default_method() == prompt_ ? "" : "[OpenSSL's prompt changed]");
 }
 
 }  // namespace
