@@ -19,12 +19,27 @@ namespace fs = boost::filesystem;
 using Common::FileKind;
 using testing::ElementsAre;
 
+bool writeTo(const char* path, const std::string& text) {
+    return static_cast<bool>(std::ofstream(path) << text << std::flush);
+}
+
+// Gives this process mounts of its own, and an ordinary user root's rights over them.
+bool moveApart() {
+    if (geteuid() == 0) {
+        return unshare(CLONE_NEWNS) == 0;
+    }
+    // A user who is not mapped could not create a file there.
+    const std::string user = fmt::format("0 {} 1", geteuid());
+    const std::string group = fmt::format("0 {} 1", getegid());
+    return unshare(CLONE_NEWNS | CLONE_NEWUSER) == 0 && writeTo("/proc/self/setgroups", "deny") &&
+           writeTo("/proc/self/uid_map", user) && writeTo("/proc/self/gid_map", group);
+}
+
 // The target is a small file system of its own, which the rest of the machine does not see.
 class FullDisk : public FaultTest {
 protected:
     void SetUp() override {
-        const int apart = geteuid() == 0 ? CLONE_NEWNS : CLONE_NEWNS | CLONE_NEWUSER;
-        if (unshare(apart) != 0 || mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) != 0) {
+        if (!moveApart() || mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) != 0) {
             GTEST_SKIP() << "no mounts of our own: " << std::strerror(errno);
         }
         fs::create_directory(target());

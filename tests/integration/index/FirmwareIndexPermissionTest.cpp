@@ -78,6 +78,7 @@ TEST_F(FirmwareIndexPermission, ToReadOnlyDoesNotServeALoad) {
 TEST_F(FirmwareIndexPermission, ToReadOnlyLeavesTheFileAloneWhenASaveThrows) {
     allow(0444);
     EXPECT_TRUE(asOrdinaryUser([&] { return lacksPermission([&] { Save(path_, {}); }); }));
+    allow(0644);
     EXPECT_EQ(Load(path_), saved_);
 }
 
@@ -94,6 +95,7 @@ TEST_F(FirmwareIndexPermission, ToWriteOnlyReadsAsNoArray) {
 }
 
 TEST_F(FirmwareIndexPermission, ToCreateAFileIsNeededByASaveWithoutOne) {
+    ASSERT_EQ(::chmod(directory_.path().c_str(), 0555), 0);
     EXPECT_TRUE(asOrdinaryUser([&] {
         try {
             Save(path_.parent_path() / "new.json", {});
