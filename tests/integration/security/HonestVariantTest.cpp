@@ -87,6 +87,8 @@ INSTANTIATE_TEST_SUITE_P(
         methods("EcdsaSha384", more + "ecdsa-sha384", Algorithm::sha384, ecKey),
         methods("EcdsaSha512", more + "ecdsa-sha512", Algorithm::sha512, ecKey),
         methods("DsaSha1", Algorithm::dsaSha1, Algorithm::sha1, dsaKey),
+        methods("DsaSha256", "http://www.w3.org/2009/xmldsig11#dsa-sha256", Algorithm::sha256,
+                dsaKey),
         canonicalisation("Inclusive", Algorithm::inclusive),
         canonicalisation("InclusiveWithComments", Algorithm::inclusiveWithComments),
         canonicalisation("Inclusive11", Algorithm::inclusive11),
