@@ -51,6 +51,8 @@ install(EXPORT corvane_common NAMESPACE corvane_common:: FILE corvane_commonTarg
 file(RELATIVE_PATH corvane_prefix_from_pc
     "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
 string(REGEX REPLACE "/$" "" corvane_prefix_from_pc "${corvane_prefix_from_pc}")
+file(RELATIVE_PATH corvane_include_from_pc
+    "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_FULL_INCLUDEDIR}")
 configure_file(cmake/corvane_common.pc.in "${PROJECT_BINARY_DIR}/corvane_common.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/corvane_common.pc"
     DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT dev)
