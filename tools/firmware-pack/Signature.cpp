@@ -13,6 +13,8 @@
 #include <xmlsec/xmldsig.h>
 #include <xmlsec/xmlsec.h>
 
+#include <cerrno>
+#include <cstring>
 #include <limits>
 
 #include "Error.h"
@@ -43,9 +45,10 @@ using ContextPtr = std::unique_ptr<xmlSecDSigCtx, Deleter<xmlSecDSigCtxDestroy>>
 
 BioPtr openFile(const std::string& path) {
     BioPtr file(BIO_new_file(path.c_str(), "r"));
+    const int error = errno;
     ERR_clear_error();
     if (!file) {
-        throw PackError("cannot open " + path);
+        throw PackError("cannot open " + path + ": " + std::strerror(error));
     }
     return file;
 }

@@ -90,7 +90,8 @@ TEST_F(PackSignature, NeedsAKeyThatBelongsToTheCertificate) {
 }
 
 TEST_F(PackSignature, NamesTheFileThatCannotBeRead) {
-    EXPECT_EQ(refusal("/absent.pem", keys.certificate.string()), "cannot open /absent.pem");
+    EXPECT_EQ(refusal("/absent.pem", keys.certificate.string()),
+              "cannot open /absent.pem: No such file or directory");
     EXPECT_EQ(refusal(keys.certificate.string(), keys.certificate.string()),
               keys.certificate.string() + " holds no unencrypted PEM private key");
     EXPECT_EQ(refusal(keys.key.string(), keys.key.string()),
