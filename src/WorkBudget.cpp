@@ -16,6 +16,8 @@ constexpr double stepsPerPassedByte = 4;
 constexpr double memoryPerByte = 32;
 constexpr double bytesPerNode = 160;
 constexpr double shortText = 1 << 20;
+// For the document itself, however long the text: that of a manifest of 100,000 files.
+constexpr double documentMemory = 256 << 20;
 
 // The name before an attribute's value. In front of it stands a blank, and whatever came before.
 std::string_view attributeName(std::string_view text) {
@@ -164,7 +166,7 @@ WorkBudget::Work workOn(boost::string_view text, double prefixes) {
 WorkBudget::WorkBudget(boost::string_view text) : text_(text), usual_(workOn(text, 0)) {}
 
 bool WorkBudget::allowsParsing() const {
-    return usual_.steps <= scaled(stepsPerByte);
+    return usual_.steps <= scaled(stepsPerByte) && usual_.treeBytes <= documentMemory;
 }
 
 bool WorkBudget::allowsVerification(const SignatureDemands& demands) const {

@@ -6,7 +6,7 @@
 // sends a manifest chooses all of that before anything is known to be signed.
 //
 // The markup is counted here, and only a multiple of what an honest manifest of the size needs is
-// let through.
+// let through; of memory, never more than a manifest of some 100,000 files needs.
 
 #pragma once
 

@@ -117,6 +117,11 @@ TEST(WorkBudget, RefusesLongListsOfPrefixes) {
     EXPECT_FALSE(WorkBudget(text).allowsVerification({4, 0, 1000}));
 }
 
+TEST(WorkBudget, RefusesDocumentsLargerThanThatOfAnyUsualManifest) {
+    EXPECT_TRUE(allowsParsing("<R>" + repeated(file, 100000) + "</R>"));
+    EXPECT_FALSE(allowsParsing("<R>" + repeated("<a/>x", 2 << 20) + "</R>"));
+}
+
 TEST(WorkBudget, RefusesManyRebuiltTrees) {
     const std::string tiny = "<R>" + repeated("<a/>x", 200000) + "</R>";
     EXPECT_TRUE(WorkBudget(tiny).allowsVerification({4, 0, 0}));
