@@ -53,7 +53,8 @@ int refusePrompt(UI* /*ui*/, UI_STRING* /*prompt*/) {
 }  // namespace
 
 LibraryStateGuard::LibraryStateGuard()
-    : structuredContext_(xmlStructuredErrorContext),
+    : keepBlanks_(xmlKeepBlanksDefaultValue),
+      structuredContext_(xmlStructuredErrorContext),
       structuredHandler_(xmlStructuredError),
       genericContext_(xmlGenericErrorContext),
       genericHandler_(xmlGenericError) {
@@ -70,11 +71,14 @@ LibraryStateGuard::LibraryStateGuard()
     }
     xmlSetStructuredErrorFunc(this, logStructuredError);
     xmlSetGenericErrorFunc(this, logGenericError);
+    // Not through xmlKeepBlanksDefault(): that changes how the host's documents are written, too.
+    xmlKeepBlanksDefaultValue = 1;
 }
 
 LibraryStateGuard::~LibraryStateGuard() {
     xmlSetGenericErrorFunc(genericContext_, genericHandler_);
     xmlSetStructuredErrorFunc(structuredContext_, structuredHandler_);
+    xmlKeepBlanksDefaultValue = keepBlanks_;
     ERR_clear_error();
     for (const OpenSslError& error : openSslErrors_) {
         ERR_new();

@@ -1,8 +1,10 @@
 // Keeps a call into libxml2, xmlsec and OpenSSL out of the host's sight.
 //
 // While a guard lives, on the thread that made it, libxml2's complaints go to the default logger at
-// debug level, a limited number of them: a sender could make any number of them up. Its end puts
-// back what the host had: libxml2's error handlers and the contents of OpenSSL's error queue.
+// debug level, a limited number of them: a sender could make any number of them up; and blanks
+// between elements are kept even if the host had libxml2 drop them, since they are signed as well.
+// Its end puts back what the host had: libxml2's error handlers, its way with blanks and the
+// contents of OpenSSL's error queue.
 // Guards do not nest.
 
 #pragma once
@@ -39,6 +41,7 @@ private:
 
     std::vector<OpenSslError> openSslErrors_;
     unsigned complaintsLeft_ = 32;
+    int keepBlanks_;
     void* structuredContext_;
     void (*structuredHandler_)(void*, _xmlError*);
     void* genericContext_;

@@ -1,4 +1,5 @@
 #include <gmock/gmock.h>
+#include <libxml/parser.h>
 #include <spdlog/sinks/base_sink.h>
 #include <spdlog/spdlog.h>
 #include <sys/mman.h>
@@ -41,6 +42,22 @@ TEST_F(ValidateSignature, IsTrueForTheTrustedKey) {
     EXPECT_EQ(changesToHost([&] { verdict = validator.ValidateSignature(manifest); }), "");
     EXPECT_EQ(verdict, true);
     EXPECT_THAT(log.records(), IsEmpty());
+}
+
+TEST_F(ValidateSignature, IsTrueWithBlanksThatTheHostHasLibxml2Drop) {
+    const std::string blanks =
+        insertedBefore(withoutElement(manifest, "Signature"), "<Files", "\n  ");
+    SignatureForm twice;
+    // What the last one works on was parsed anew.
+    twice.references[0].transforms = {Algorithm::enveloped, Algorithm::inclusive,
+                                      Algorithm::exclusive};
+    const std::string plain = signAs(blanks, {}, rsaKey());
+    const std::string rebuilt = signAs(blanks, twice, rsaKey());
+
+    const int previous = std::exchange(xmlKeepBlanksDefaultValue, 0);
+    EXPECT_EQ(validator.ValidateSignature(plain), true);
+    EXPECT_EQ(validator.ValidateSignature(rebuilt), true);
+    EXPECT_EQ(std::exchange(xmlKeepBlanksDefaultValue, previous), 0);
 }
 
 TEST_F(ValidateSignature, IsEmptyAndSilentBeforeOpen) {
