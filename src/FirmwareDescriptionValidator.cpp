@@ -16,6 +16,7 @@
 #include "Norv/Corvane/Common/ErrorCodes.h"
 #include "SignedDocument.h"
 #include "WorkBudget.h"
+#include "XmlVersions.h"
 
 namespace Norv::Corvane::Common {
 namespace {
@@ -145,8 +146,7 @@ KeysManagerPtr FirmwareDescriptionValidator::LoadTrustedCert(
     }
     manager->getKey = trustedKey;
 
-    std::unique_ptr<xmlSecKey, KeyDeleter> key(
-        xmlSecOpenSSLAppKeyLoad(path, xmlSecKeyDataFormatCertPem, nullptr, nullptr, nullptr));
+    std::unique_ptr<xmlSecKey, KeyDeleter> key(loadCertificateKey(path));
     if (!key) {
         Log::error("xmlSecCryptoAppKeyLoad failed");
         return nullptr;

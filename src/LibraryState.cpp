@@ -89,7 +89,7 @@ LibraryStateGuard::~LibraryStateGuard() {
     }
 }
 
-void LibraryStateGuard::logStructuredError(void* guard, xmlErrorPtr error) {
+void LibraryStateGuard::logStructuredError(void* guard, XmlErrorArgument error) {
     static_cast<LibraryStateGuard*>(guard)->log(error->message, error->line);
     if (error->level == XML_ERR_FATAL && error->domain == XML_FROM_PARSER &&
         error->ctxt != nullptr) {

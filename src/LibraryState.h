@@ -12,7 +12,8 @@
 #include <string>
 #include <vector>
 
-struct _xmlError;
+#include "XmlVersions.h"
+
 struct ui_method_st;
 
 namespace Norv::Corvane::Common {
@@ -34,7 +35,7 @@ private:
         int flags;
     };
 
-    static void logStructuredError(void* guard, _xmlError* error);
+    static void logStructuredError(void* guard, XmlErrorArgument error);
     static void logGenericError(void* guard, const char* format, ...)
         __attribute__((format(printf, 2, 3)));
     void log(const char* text, int line) noexcept;
@@ -43,7 +44,7 @@ private:
     unsigned complaintsLeft_ = 32;
     int keepBlanks_;
     void* structuredContext_;
-    void (*structuredHandler_)(void*, _xmlError*);
+    void (*structuredHandler_)(void*, XmlErrorArgument);
     void* genericContext_;
     void (*genericHandler_)(void*, const char*, ...);
 };
