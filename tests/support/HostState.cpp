@@ -10,8 +10,12 @@
 #include <stdexcept>
 #include <vector>
 
+#include "XmlVersions.h"
+
 namespace Norv::Corvane::Test {
 namespace {
+
+using Common::XmlErrorArgument;
 
 int temporaryFile() {
     char name[] = "/tmp/corvane-test-stream-XXXXXX";
@@ -56,7 +60,7 @@ public:
     std::string changes();
 
 private:
-    static void countStructured(void* state, xmlErrorPtr error);
+    static void countStructured(void* state, XmlErrorArgument error);
     static void countGeneric(void* state, const char* format, ...);
 
     std::string handlerChanges() const;
@@ -124,7 +128,7 @@ std::string HostState::changes() {
     return found;
 }
 
-void HostState::countStructured(void* state, xmlErrorPtr /*error*/) {
+void HostState::countStructured(void* state, XmlErrorArgument /*error*/) {
     ++static_cast<HostState*>(state)->calls_;
 }
 
