@@ -13,6 +13,7 @@ namespace Norv::Corvane::Common {
 namespace process = boost::process::v1;
 }
 #else
+#include <boost/process/exception.hpp>
 #include <boost/process/system.hpp>
 
 namespace Norv::Corvane::Common {
