@@ -12,6 +12,7 @@
 #include <exception>
 #include <vector>
 
+#include "CertificateKey.h"
 #include "LibraryState.h"
 #include "Log.h"
 #include "ManifestText.h"
@@ -154,8 +155,7 @@ KeysManagerPtr FirmwareDescriptionValidator::LoadTrustedCert(
     }
     manager->getKey = trustedKey;
 
-    std::unique_ptr<xmlSecKey, KeyDeleter> key(
-        xmlSecOpenSSLAppKeyLoad(path, xmlSecKeyDataFormatCertPem, nullptr, nullptr, nullptr));
+    std::unique_ptr<xmlSecKey, KeyDeleter> key(loadCertificateKey(path));
     if (!key) {
         Log::error("xmlSecCryptoAppKeyLoad failed");
         return nullptr;
