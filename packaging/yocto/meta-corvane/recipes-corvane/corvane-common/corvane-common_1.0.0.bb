@@ -28,13 +28,13 @@ EXTRA_OECMAKE = " \
 # The native programs find the library relative to themselves; the device's have it in ${libdir}.
 EXTRA_OECMAKE:append:class-target = " -DCMAKE_SKIP_INSTALL_RPATH=ON"
 
-python check_tessary_library() {
-    if not d.getVar('TESSARY_LIBRARY'):
+python check_locations() {
+    if not d.getVar('CORVANE_SOURCE'):
+        bb.fatal("CORVANE_SOURCE has to name a checkout of the sources")
+    if not d.getVar('TESSARY_LIBRARY') and not bb.data.inherits_class('native', d):
         bb.fatal("TESSARY_LIBRARY has to name the device's libtessary.so")
 }
-do_configure[prefuncs] += "${CHECK_TESSARY_LIBRARY}"
-CHECK_TESSARY_LIBRARY = "check_tessary_library"
-CHECK_TESSARY_LIBRARY:class-native = ""
+do_configure[prefuncs] += "check_locations"
 
 PACKAGE_BEFORE_PN = "${PN}-tools"
 FILES:${PN}-tools = "${bindir}/firmware-pack ${bindir}/firmware-host"
