@@ -11,7 +11,6 @@
 #include "Error.h"
 #include "Package.h"
 #include "Signature.h"
-#include "XmlSecurity.h"
 
 namespace {
 
@@ -39,7 +38,6 @@ void refuseToOverwriteInput(const Arguments& arguments) {
 
 int pack(const Arguments& arguments) {
     refuseToOverwriteInput(arguments);
-    const XmlSecurity xmlSecurity;
     Signer signer(arguments.key, arguments.certificate);
     signer.includeCertificate(arguments.includeCertificate);
     for (const std::string& warning : buildPackage(arguments.input, signer, arguments.output)) {
