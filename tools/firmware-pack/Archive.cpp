@@ -83,7 +83,7 @@ void addEntry(zip_t* archive, const ArchiveEntry& entry) {
 }
 
 FileDigest digestIn(zip_t* archive, const std::string& archivePath, const std::string& name,
-                    Step* step) {
+                    const std::function<void(const char*, std::size_t)>& take) {
     const ZipFilePtr file(zip_fopen(archive, name.c_str(), 0));
     if (!file) {
         throw PackError("cannot read " + printable(name) + " in " + archivePath + ": " +
@@ -106,8 +106,8 @@ FileDigest digestIn(zip_t* archive, const std::string& archivePath, const std::s
         }
         sha256.update(chunk.data(), static_cast<std::size_t>(count));
         length += static_cast<std::uint64_t>(count);
-        if (step != nullptr) {
-            step->advance(static_cast<std::uint64_t>(count));
+        if (take) {
+            take(chunk.data(), static_cast<std::size_t>(count));
         }
     }
 }
@@ -125,8 +125,9 @@ void verifyEntries(const std::string& archivePath, const std::vector<ArchiveEntr
     // Opened once: that takes time proportional to the number of entries.
     const ArchivePtr archive = openArchive(archivePath, ZIP_RDONLY);
     Step step(progress, "verifying", expectedLength(entries));
+    const auto advance = [&step](const char*, std::size_t size) { step.advance(size); };
     for (const ArchiveEntry& entry : entries) {
-        if (entry.expected && digestIn(archive.get(), archivePath, entry.name, &step).sha256 !=
+        if (entry.expected && digestIn(archive.get(), archivePath, entry.name, advance).sha256 !=
                                   entry.expected->sha256) {
             throw PackError(printable(entry.name) + " changed while it was packed");
         }
@@ -179,7 +180,8 @@ void replaceEntry(const std::string& archivePath, const std::string& path, const
     pending.copyFrom(archivePath);
     ArchivePtr archive = openArchive(pending.name(), 0);
     const zip_int64_t index = zip_name_locate(archive.get(), name.c_str(), 0);
-    SourcePtr source = makeSource(archive.get(), {name, content});
+    const ArchiveEntry replacement{name, content};  // read when the archive is closed
+    SourcePtr source = makeSource(archive.get(), replacement);
     if (index < 0 || !source ||
         zip_file_replace(archive.get(), static_cast<zip_uint64_t>(index), source.get(), 0) != 0) {
         failPacking(archive.get(), name);
@@ -196,6 +198,18 @@ void replaceEntry(const std::string& archivePath, const std::string& path, const
 FileDigest digestEntry(const std::string& archivePath, const std::string& name) {
     const ArchivePtr archive = openArchive(archivePath, ZIP_RDONLY);
     return digestIn(archive.get(), archivePath, name, nullptr);
+}
+
+std::string readEntry(const std::string& archivePath, const std::string& name, std::size_t limit) {
+    const ArchivePtr archive = openArchive(archivePath, ZIP_RDONLY);
+    std::string bytes;
+    digestIn(archive.get(), archivePath, name, [&](const char* data, std::size_t size) {
+        if (bytes.size() + size > limit) {
+            throw PackError(printable(name) + " in " + archivePath + " is too long");
+        }
+        bytes.append(data, size);
+    });
+    return bytes;
 }
 
 }  // namespace Norv::Corvane::Pack

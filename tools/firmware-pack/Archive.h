@@ -54,4 +54,7 @@ void replaceEntry(const std::string& archivePath, const std::string& path, const
 // the archive cannot be opened, the entry is missing, or its data is damaged.
 FileDigest digestEntry(const std::string& archivePath, const std::string& name);
 
+// What the archive holds under `name`, at most `limit` bytes. Throws `PackError` likewise.
+std::string readEntry(const std::string& archivePath, const std::string& name, std::size_t limit);
+
 }  // namespace Norv::Corvane::Pack
