@@ -115,7 +115,8 @@ TEST_F(PackSignature, RefusesKeysOfOtherKinds) {
                    "-keyout", key, "-out", certificate})
                   .status,
               0);
-    EXPECT_EQ(refusal(key, certificate), "only RSA and EC keys can sign a package: devices do not take Ed25519");
+    EXPECT_EQ(refusal(key, certificate),
+              "only RSA and EC keys can sign a package: devices do not take Ed25519");
 }
 
 }  // namespace
