@@ -142,6 +142,20 @@ std::string declaredNamesOf(const std::string& text) {
     return declarations;
 }
 
+std::string filledByDeclarations(const Edit& hide) {
+    // Dictionaries are tight from the first instruction or element on.
+    const std::string signedText = genuine(
+        insertedBefore(plainManifest(), "<Firm", "<?made by='hand'?>"), Algorithm::exclusive);
+    std::string text = hide(signedText);
+    // Known by then, and never declared.
+    for (const std::string before : {"<", "</", " "}) {
+        text = everywhere(text, before + "p:", before + "FirmwareDescription:");
+    }
+    const std::size_t end = text.find('>', text.find("<Firm"));
+    const std::string head = text.substr(0, end) + declaredNamesOf(text);
+    return head + fillingDeclarations(head, Room::Tight) + text.substr(end);
+}
+
 std::string withHiddenElement(const std::string& text, const std::string& name) {
     const std::size_t begin = findElement(text, name);
     const std::size_t end = text.find("</" + name + ">", begin);

@@ -53,6 +53,12 @@ std::string namesOf(const std::string& text);
 // The same, as declarations of namespaces, blank in front, and without p.
 std::string declaredNamesOf(const std::string& text);
 
+using Edit = std::function<std::string(const std::string&)>;
+
+// The edit's result on a genuine manifest, with declarations in the root's start tag that leave no
+// room for a name with the prefix p. Exclusive canonicalisation leaves out what nothing uses.
+std::string filledByDeclarations(const Edit& hide);
+
 // The first element of this name gets the prefix p.
 std::string withHiddenElement(const std::string& text, const std::string& name);
 // An attribute of the first element of this name does.
