@@ -86,6 +86,24 @@ std::string asManyAsFit(const std::string& text, Room room, const PieceOfLength&
     return pieces;
 }
 
+std::string fillingElements(std::size_t longest, std::size_t longNames) {
+    const auto element = [](std::size_t number, std::size_t length) {
+        return "<" + prefix(number) + ":" + std::string(length, 'f') + "/>";
+    };
+    // Their parts first: those are not lost silently.
+    std::string elements =
+        repeated(longNames, [&](std::size_t number) { return element(number, 1); });
+    for (std::size_t length = longest; length > 1; length /= 2) {
+        elements += element(0, length);
+    }
+    // Each length fills what the one before left over.
+    for (std::size_t length = longest; length > 1; length /= 2) {
+        const std::size_t count = length == longest ? longNames : 24;
+        elements += repeated(count, [&](std::size_t number) { return element(number, length); });
+    }
+    return elements;
+}
+
 }  // namespace
 
 TightDictionary::TightDictionary() {
@@ -97,21 +115,11 @@ TightDictionary::~TightDictionary() {
 }
 
 std::string fillingElements(Room room) {
-    const auto element = [](std::size_t number, std::size_t length) {
-        return "<" + prefix(number) + ":" + std::string(length, 'f') + "/>";
-    };
-    // Their parts first: those are not lost silently.
-    std::string elements =
-        repeated(tooMany, [&](std::size_t number) { return element(number, 1); });
-    for (std::size_t length = longName(room); length > 1; length /= 2) {
-        elements += element(0, length);
-    }
-    // Each length fills what the one before left over.
-    for (std::size_t length = longName(room); length > 1; length /= 2) {
-        const std::size_t count = length == longName(room) ? tooMany : 24;
-        elements += repeated(count, [&](std::size_t number) { return element(number, length); });
-    }
-    return elements;
+    return fillingElements(longName(room), tooMany);
+}
+
+std::string fillingElementsOfFirstSteps() {
+    return fillingElements(longName(Room::Usual), 85);
 }
 
 std::string fillingInstructions(const std::string& text, Room room) {

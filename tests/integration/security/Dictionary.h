@@ -24,6 +24,9 @@ enum class Room { Tight, Usual };
 // prefixes are not declared.
 std::string fillingElements(Room room);
 
+// The same for the first steps of the memory for names, of some 2.5 MB: the next step takes 7.5 MB.
+std::string fillingElementsOfFirstSteps();
+
 // Instructions that take it too. They go behind `text`, which is the start of a document. With the
 // usual room they take most of it only: a name as long as `overflowingName` has none left.
 std::string fillingInstructions(const std::string& text, Room room);
