@@ -91,7 +91,7 @@ private:
     std::string text_;
     pugi::xml_document tree_;
     // What a signature with one reference and two transforms asks for.
-    SignatureDemands usual_{4, 0, 0};
+    SignatureDemands usual_{1, 4, 0, 0};
 };
 
 void validate(benchmark::State& state) {

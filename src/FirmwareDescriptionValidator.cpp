@@ -1,19 +1,24 @@
 #include "Norv/Corvane/Common/FirmwareDescriptionValidator.h"
 
 #include <libxml/parser.h>
+#include <xmlsec/buffer.h>
 #include <xmlsec/keysmngr.h>
 #include <xmlsec/openssl/app.h>
 #include <xmlsec/openssl/crypto.h>
-#include <xmlsec/xmldsig.h>
 #include <xmlsec/xmlsec.h>
 
 #include <algorithm>
 #include <climits>
+#include <exception>
+#include <vector>
 
 #include "LibraryState.h"
 #include "Log.h"
 #include "ManifestText.h"
 #include "Norv/Corvane/Common/ErrorCodes.h"
+#include "ReadingComparison.h"
+#include "SignatureDemands.h"
+#include "SignatureVerification.h"
 #include "SignedDocument.h"
 #include "WorkBudget.h"
 
@@ -24,56 +29,60 @@ struct KeyDeleter {
     void operator()(xmlSecKey* key) const noexcept { xmlSecKeyDestroy(key); }
 };
 
-struct ContextDeleter {
-    void operator()(xmlSecDSigCtx* context) const noexcept { xmlSecDSigCtxDestroy(context); }
-};
-using ContextPtr = std::unique_ptr<xmlSecDSigCtx, ContextDeleter>;
-
 // The trusted key, whatever the signature's KeyInfo says: a key that comes with the manifest proves
 // nothing, and an honest one that does not name ours must not be in the way.
 xmlSecKeyPtr trustedKey(xmlNodePtr /*keyInfo*/, xmlSecKeyInfoCtxPtr context) {
     return xmlSecKeysMngrFindKey(context->keysMngr, nullptr, context);
 }
 
-bool allowAlgorithms(xmlSecDSigCtx* context) {
-    const xmlSecTransformId canonicalisations[] = {
-        xmlSecTransformInclC14NId,   xmlSecTransformInclC14NWithCommentsId,
-        xmlSecTransformInclC14N11Id, xmlSecTransformInclC14N11WithCommentsId,
-        xmlSecTransformExclC14NId,   xmlSecTransformExclC14NWithCommentsId};
-    const xmlSecTransformId references[] = {
-        xmlSecTransformEnvelopedId,     xmlSecOpenSSLTransformSha1Id,
-        xmlSecOpenSSLTransformSha224Id, xmlSecOpenSSLTransformSha256Id,
-        xmlSecOpenSSLTransformSha384Id, xmlSecOpenSSLTransformSha512Id};
-    const xmlSecTransformId signatures[] = {
-        xmlSecOpenSSLTransformRsaSha1Id,     xmlSecOpenSSLTransformRsaSha224Id,
-        xmlSecOpenSSLTransformRsaSha256Id,   xmlSecOpenSSLTransformRsaSha384Id,
-        xmlSecOpenSSLTransformRsaSha512Id,   xmlSecOpenSSLTransformEcdsaSha1Id,
-        xmlSecOpenSSLTransformEcdsaSha224Id, xmlSecOpenSSLTransformEcdsaSha256Id,
-        xmlSecOpenSSLTransformEcdsaSha384Id, xmlSecOpenSSLTransformEcdsaSha512Id,
-        xmlSecOpenSSLTransformDsaSha1Id,     xmlSecOpenSSLTransformDsaSha256Id};
-
-    const auto forReferences = [&](xmlSecTransformId id) {
-        return xmlSecDSigCtxEnableReferenceTransform(context, id) >= 0;
+// Whether the reading of the manifest that will be used is the one that was signed.
+bool readsAsSigned(boost::string_view description, std::size_t elementsBeforeSignature,
+                   const std::vector<SignedBytes>& references) {
+    const ReadingComparison reading(description, elementsBeforeSignature);
+    const auto agrees = [&](const SignedBytes& bytes) {
+        return bytes &&
+               reading.agreesWith(reinterpret_cast<char*>(xmlSecBufferGetData(bytes.get())),
+                                  xmlSecBufferGetSize(bytes.get()));
     };
-    const auto forSignatures = [&](xmlSecTransformId id) {
-        return xmlSecDSigCtxEnableSignatureTransform(context, id) >= 0;
-    };
-    return std::all_of(std::begin(canonicalisations), std::end(canonicalisations), forReferences) &&
-           std::all_of(std::begin(canonicalisations), std::end(canonicalisations), forSignatures) &&
-           std::all_of(std::begin(references), std::end(references), forReferences) &&
-           std::all_of(std::begin(signatures), std::end(signatures), forSignatures);
+    return !references.empty() && std::all_of(references.begin(), references.end(), agrees);
 }
 
-// Only the whole enclosing document may be referenced, and it may be selected, canonicalised and
-// digested in the usual ways only: all of that happens before the signature itself is looked at.
-ContextPtr makeContext(xmlSecKeysMngr* manager) {
-    ContextPtr context(xmlSecDSigCtxCreate(manager));
-    if (!context || !allowAlgorithms(context.get())) {
-        return nullptr;
+boost::optional<bool> judge(xmlSecKeysMngr* manager, boost::string_view description) {
+    const WorkBudget budget(description);
+    if (!budget.allowsParsing()) {
+        return boost::none;
     }
-    context->enabledReferenceUris = xmlSecTransformUriTypeEmpty;
-    context->flags |= XMLSEC_DSIG_FLAGS_IGNORE_MANIFESTS;
-    return context;
+    std::size_t elementsBeforeSignature = 0;
+    Verification verification;
+    {
+        const LibraryStateGuard guard;
+        const SignedDocument document(description, guard.complaints());
+        xmlNode* const signature = document ? document.signature() : nullptr;
+        if (signature == nullptr) {
+            return boost::none;
+        }
+        const SignatureDemands demands = demandsOf(signature);
+        if (!budget.allowsVerification(demands)) {
+            return boost::none;
+        }
+        const bool keepAtOnce = budget.allowsKeeping(demands);
+        if (!keepAtOnce) {
+            verification = verifySignature(manager, signature, boost::none);
+        }
+        if (keepAtOnce || verification.verdict == true) {
+            verification = verifySignature(manager, signature, description.size() / 2 * 3);
+        }
+        if (guard.complaints().memoryLacked()) {
+            return boost::none;
+        }
+        elementsBeforeSignature = SignedDocument::elementsBefore(signature);
+    }
+    // The document is gone by now: what follows takes as much memory.
+    if (verification.verdict == true &&
+        !readsAsSigned(description, elementsBeforeSignature, verification.signedBytes)) {
+        return boost::none;
+    }
+    return verification.verdict;
 }
 
 }  // namespace
@@ -83,7 +92,7 @@ void KeysManagerDeleter::operator()(_xmlSecKeysMngr* manager) const noexcept {
 }
 
 std::error_code FirmwareDescriptionValidator::Init() {
-    // The versions that the first devices shipped with; later ones must be compatible to them.
+    // The versions that the first devices shipped with; later ones must be compatible with them.
     constexpr int libxml2Version = 20912;
     constexpr int xmlSecMajor = 1;
     constexpr int xmlSecMinor = 2;
@@ -110,7 +119,7 @@ std::error_code FirmwareDescriptionValidator::Init() {
         return XmlSecError::CryptoAppInitFailed;
     }
     const int result = xmlSecOpenSSLInit();
-    logXmlSecComplaints();
+    LibraryComplaints::includeXmlSec();
     if (result < 0) {
         Log::error("xmlSecCryptoInit failed with {}", result);
         return XmlSecError::CryptoInitFailed;
@@ -179,24 +188,12 @@ boost::optional<bool> FirmwareDescriptionValidator::ValidateSignature(
     if (!keysManager_ || description.size() > INT_MAX || !ManifestText::readsAlike(description)) {
         return boost::none;
     }
-    const WorkBudget budget(description);
-    if (!budget.allowsParsing()) {
+    try {
+        return judge(keysManager_.get(), description);
+    } catch (const std::exception&) {
+        // Lack of memory. What could not be judged was not found genuine.
         return boost::none;
     }
-    const LibraryStateGuard guard;
-    const SignedDocument document(description);
-    if (!document) {
-        return boost::none;
-    }
-    xmlNode* const signature = document.signature();
-    if (signature == nullptr || !budget.allowsVerification(demandsOf(signature))) {
-        return boost::none;
-    }
-    const ContextPtr context = makeContext(keysManager_.get());
-    if (!context || xmlSecDSigCtxVerify(context.get(), signature) < 0) {
-        return boost::none;
-    }
-    return context->status == xmlSecDSigStatusSucceeded;
 }
 
 }  // namespace Norv::Corvane::Common

@@ -1,28 +1,31 @@
-// Keeps a call into libxml2, xmlsec and OpenSSL out of the host's sight.
+// Shields the host's libxml2, xmlsec and OpenSSL state from our calls.
 //
-// While a guard lives, on the thread that made it, libxml2's complaints go to the default logger at
-// debug level, a limited number of them: a sender could make any number of them up; and blanks
-// between elements are kept even if the host had libxml2 drop them, since they are signed as well.
-// Its end puts back what the host had: libxml2's error handlers, its way with blanks and the
-// contents of OpenSSL's error queue.
+// While a guard lives, on the thread that made it, complaints are taken in (`LibraryComplaints`),
+// and blanks between elements are kept even if the host had libxml2 drop them, since they are
+// signed as well. Its end puts back what the host had: libxml2's error handlers, its blank handling
+// and the contents of OpenSSL's error queue, of which a lack of memory may lose some.
 // Guards do not nest.
 
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
-struct _xmlError;
+#include "LibraryComplaints.h"
+
 struct ui_method_st;
 
 namespace Norv::Corvane::Common {
 
 class LibraryStateGuard {
 public:
-    LibraryStateGuard();
+    LibraryStateGuard() noexcept;
     LibraryStateGuard(const LibraryStateGuard&) = delete;
     LibraryStateGuard& operator=(const LibraryStateGuard&) = delete;
     ~LibraryStateGuard();
+
+    const LibraryComplaints& complaints() const noexcept { return complaints_; }
 
 private:
     struct OpenSslError {
@@ -34,22 +37,15 @@ private:
         int flags;
     };
 
-    static void logStructuredError(void* guard, _xmlError* error);
-    static void logGenericError(void* guard, const char* format, ...)
-        __attribute__((format(printf, 2, 3)));
-    void log(const char* text, int line) noexcept;
+    void saveOpenSslErrors();
 
+    LibraryComplaints complaints_;
     std::vector<OpenSslError> openSslErrors_;
-    unsigned complaintsLeft_ = 32;
     int keepBlanks_;
-    void* structuredContext_;
-    void (*structuredHandler_)(void*, _xmlError*);
-    void* genericContext_;
-    void (*genericHandler_)(void*, const char*, ...);
 };
 
 // While it lives, OpenSSL asks nobody for a password: what is encrypted fails to load.
-// Process-wide.
+// Process-wide. Throws `std::bad_alloc`.
 class PasswordPromptGuard {
 public:
     PasswordPromptGuard();
@@ -58,12 +54,11 @@ public:
     ~PasswordPromptGuard();
 
 private:
-    ui_method_st* refusing_;
+    struct MethodDeleter {
+        void operator()(ui_method_st* method) const noexcept;
+    };
+    std::unique_ptr<ui_method_st, MethodDeleter> refusing_;
     const ui_method_st* previous_;
 };
-
-// Sends xmlsec's complaints, too, to the default logger at debug level. Process-wide, until xmlsec
-// is shut down; xmlsec's own set-up undoes it.
-void logXmlSecComplaints();
 
 }  // namespace Norv::Corvane::Common

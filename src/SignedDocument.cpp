@@ -2,15 +2,21 @@
 
 #include <libxml/parser.h>
 #include <libxml/tree.h>
-#include <xmlsec/strings.h>
 #include <xmlsec/xmlsec.h>
+
+#include <xmlsec/strings.h>
 #include <xmlsec/xmltree.h>
 
 #include <algorithm>
-#include <string_view>
+#include <cstring>
+
+#include "LibraryComplaints.h"
 
 namespace Norv::Corvane::Common {
 namespace {
+
+// For names. The parser's own limit is 10 MB, and libxml2 before 2.11 takes seconds to fill that.
+constexpr std::size_t dictionaryLimit = std::size_t{512} << 10;
 
 struct ParserDeleter {
     void operator()(xmlParserCtxt* parser) const noexcept { xmlFreeParserCtxt(parser); }
@@ -25,87 +31,39 @@ void refuseDocumentType(void* context, const xmlChar* /*name*/, const xmlChar* /
     xmlStopParser(parser);
 }
 
-std::string_view textOf(const xmlChar* text) {
-    return text == nullptr ? std::string_view() : reinterpret_cast<const char*>(text);
-}
+// Deals a text out to the parser, and no more of it once there can be no document: the parser would
+// go on looking for further faults, at the sender's expense of our time.
+class Portions {
+public:
+    Portions(boost::string_view text, const LibraryComplaints& complaints)
+        : rest_(text), complaints_(complaints) {}
 
-bool isNamed(const xmlNode* node, const xmlChar* name) {
-    return node->type == XML_ELEMENT_NODE && xmlStrEqual(node->name, name) != 0;
-}
-
-unsigned long countWords(std::string_view text) {
-    constexpr const char* blanks = " \t\r\n";
-    unsigned long words = 0;
-    std::size_t at = 0;
-    while ((at = text.find_first_not_of(blanks, at)) != std::string_view::npos) {
-        ++words;
-        at = std::min(text.find_first_of(blanks, at), text.size());
+    static int read(void* portions, char* buffer, int length) {
+        return static_cast<Portions*>(portions)->next(buffer, static_cast<std::size_t>(length));
     }
-    return words;
-}
 
-std::string_view attributeOf(const xmlNode* element, const xmlChar* name) {
-    for (const xmlAttr* attribute = element->properties; attribute != nullptr;
-         attribute = attribute->next) {
-        // Without regard to the namespace, as xmlsec looks attributes up.
-        if (xmlStrEqual(attribute->name, name) != 0 && attribute->children != nullptr) {
-            return textOf(attribute->children->content);
+private:
+    int next(char* buffer, std::size_t length) noexcept {
+        if (complaints_.ruleOutDocument()) {
+            return 0;
         }
+        const std::size_t size = std::min(length, rest_.size());
+        std::memcpy(buffer, rest_.data(), size);
+        rest_.remove_prefix(size);
+        return static_cast<int>(size);
     }
-    return {};
-}
 
-// For one element and all below it. Depth is bounded by the parser.
-unsigned long countPrefixes(const xmlNode* element) {
-    unsigned long prefixes = countWords(attributeOf(element, xmlSecAttrPrefixList));
-    for (const xmlNode* child = element->children; child != nullptr; child = child->next) {
-        prefixes += child->type == XML_ELEMENT_NODE ? countPrefixes(child) : 0;
-    }
-    return prefixes;
-}
+    boost::string_view rest_;
+    const LibraryComplaints& complaints_;
+};
 
-void addReference(const xmlNode* reference, SignatureDemands& demands) {
-    ++demands.passes;
-    unsigned long canonicalisations = 0;
-    for (const xmlNode* list = reference->children; list != nullptr; list = list->next) {
-        for (const xmlNode* transform = list->children;
-             isNamed(list, xmlSecNodeTransforms) && transform != nullptr;
-             transform = transform->next) {
-            if (transform->type != XML_ELEMENT_NODE) {
-                continue;
-            }
-            ++demands.passes;
-            const bool enveloped =
-                attributeOf(transform, xmlSecAttrAlgorithm) == textOf(xmlSecHrefEnveloped);
-            canonicalisations += enveloped ? 0 : 1;
-        }
-    }
-    // What follows a canonicalisation works on a document made from its output; only the digest
-    // takes the output itself.
-    demands.rebuiltTrees += canonicalisations > 1 ? canonicalisations - 1 : 0;
+bool isElement(const xmlNode* node) {
+    return node->type == XML_ELEMENT_NODE;
 }
 
 }  // namespace
 
-SignatureDemands demandsOf(_xmlNode* signature) {
-    SignatureDemands demands;
-    // The signed information itself is canonicalised as a selection from the document.
-    demands.passes = 1;
-    for (const xmlNode* child = signature->children; child != nullptr; child = child->next) {
-        if (!isNamed(child, xmlSecNodeSignedInfo)) {
-            continue;
-        }
-        demands.listedPrefixes += countPrefixes(child);
-        for (const xmlNode* part = child->children; part != nullptr; part = part->next) {
-            if (isNamed(part, xmlSecNodeReference)) {
-                addReference(part, demands);
-            }
-        }
-    }
-    return demands;
-}
-
-SignedDocument::SignedDocument(boost::string_view text) {
+SignedDocument::SignedDocument(boost::string_view text, const LibraryComplaints& complaints) {
     const std::unique_ptr<xmlParserCtxt, ParserDeleter> parser(xmlNewParserCtxt());
     if (!parser) {
         return;
@@ -113,10 +71,13 @@ SignedDocument::SignedDocument(boost::string_view text) {
     bool hasDocumentType = false;
     parser->_private = &hasDocumentType;
     parser->sax->internalSubset = refuseDocumentType;
+    xmlDictSetLimit(parser->dict, dictionaryLimit);
+    Portions portions(text, complaints);
     // The declared encoding is not acted upon: the other parser does not know it either.
-    document_.reset(xmlCtxtReadMemory(parser.get(), text.data(), static_cast<int>(text.size()),
-                                      nullptr, nullptr, XML_PARSE_NONET | XML_PARSE_IGNORE_ENC));
-    if (hasDocumentType) {
+    document_.reset(xmlCtxtReadIO(parser.get(), Portions::read, nullptr, &portions, nullptr,
+                                  nullptr,
+                                  XML_PARSE_NONET | XML_PARSE_IGNORE_ENC | XML_PARSE_COMPACT));
+    if (hasDocumentType || complaints.ruleOutDocument()) {
         document_.reset();
     }
 }
@@ -125,6 +86,14 @@ _xmlNode* SignedDocument::signature() const {
     xmlNode* const root = xmlDocGetRootElement(document_.get());
     xmlNode* const signature = xmlSecFindNode(root, xmlSecNodeSignature, xmlSecDSigNs);
     return signature != nullptr && signature->parent == root ? signature : nullptr;
+}
+
+std::size_t SignedDocument::elementsBefore(const _xmlNode* child) {
+    std::size_t count = 0;
+    for (const xmlNode* before = child->prev; before != nullptr; before = before->prev) {
+        count += isElement(before) ? 1U : 0U;
+    }
+    return count;
 }
 
 void SignedDocument::Deleter::operator()(_xmlDoc* document) const noexcept {

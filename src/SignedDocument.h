@@ -6,6 +6,7 @@
 #pragma once
 
 #include <boost/utility/string_view.hpp>
+#include <cstddef>
 #include <memory>
 
 struct _xmlDoc;
@@ -13,29 +14,23 @@ struct _xmlNode;
 
 namespace Norv::Corvane::Common {
 
-// What a signature asks a verification to do. Nothing of it is known to be signed at that time.
-struct SignatureDemands {
-    // How many times the verification goes over the whole document at most.
-    unsigned long passes = 0;
-    // How many further documents it builds from canonical output.
-    unsigned long rebuiltTrees = 0;
-    // How many namespace prefixes are to be treated specially, for each element of each pass.
-    unsigned long listedPrefixes = 0;
-};
-
-SignatureDemands demandsOf(_xmlNode* signature);
+class LibraryComplaints;
 
 class SignedDocument {
 public:
-    // At most INT_MAX bytes. The document is empty if the text is not well-formed or has a document
-    // type declaration.
-    explicit SignedDocument(boost::string_view text);
+    // At most INT_MAX bytes. The document is empty if the text is not well-formed, uses namespaces
+    // wrongly, has a document type declaration, or if the parser ran out of memory or into one of
+    // its limits. Reading stops where that shows.
+    SignedDocument(boost::string_view text, const LibraryComplaints& complaints);
 
     explicit operator bool() const noexcept { return document_ != nullptr; }
 
     // The first signature element of the document, if it is a child of the root element. The
     // signature does not cover itself: anywhere else it could pass for content. Null otherwise.
     _xmlNode* signature() const;
+
+    // How many elements stand in front of a child of the root element.
+    static std::size_t elementsBefore(const _xmlNode* child);
 
 private:
     struct Deleter {

@@ -16,6 +16,9 @@ constexpr double stepsPerPassedByte = 4;
 constexpr double memoryPerByte = 32;
 constexpr double bytesPerNode = 160;
 constexpr double shortText = 1 << 20;
+// A quotation mark in a value becomes "&quot;".
+constexpr double longestEscape = 6;
+constexpr double keptMemory = 48 << 20;
 // For the document itself, however long the text: that of a manifest of 100,000 files.
 constexpr double documentMemory = 256 << 20;
 
@@ -39,7 +42,8 @@ std::string_view attributeName(std::string_view text) {
 class Scanner {
 public:
     // Each element is looked at as if it declared `prefixes` namespaces more.
-    Scanner(std::string_view text, double prefixes) : rest_(text), prefixes_(prefixes) {}
+    Scanner(std::string_view text, double prefixes)
+        : size_(static_cast<double>(text.size())), rest_(text), prefixes_(prefixes) {}
 
     WorkBudget::Work run() {
         while (skipPast("<")) {
@@ -142,9 +146,11 @@ private:
         const double searches = flatSteps_ + deepSteps_ * (1 + instructionsOutside_);
         // Names are compared from the start, and what is written out may repeat a namespace.
         const double repeated = slots_ * longest_;
-        return {searches * (1 + longest_ / 64) + repeated / 4, nodes_ * bytesPerNode + repeated};
+        return {searches * (1 + longest_ / 64) + repeated / 4, nodes_ * bytesPerNode + repeated,
+                size_ * longestEscape + repeated};
     }
 
+    double size_;
     std::string_view rest_;
     double prefixes_;
     std::vector<Scope> open_;
@@ -175,6 +181,10 @@ bool WorkBudget::allowsVerification(const SignatureDemands& demands) const {
     const double pass = work.steps + stepsPerPassedByte * static_cast<double>(text_.size());
     return pass * static_cast<double>(demands.passes) <= scaled(stepsPerByte) &&
            work.treeBytes * static_cast<double>(demands.rebuiltTrees) <= scaled(memoryPerByte);
+}
+
+bool WorkBudget::allowsKeeping(const SignatureDemands& demands) const {
+    return usual_.canonicalBytes * static_cast<double>(demands.references) <= keptMemory;
 }
 
 double WorkBudget::scaled(double perByte) const {

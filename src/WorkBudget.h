@@ -12,7 +12,7 @@
 
 #include <boost/utility/string_view.hpp>
 
-#include "SignedDocument.h"
+#include "SignatureDemands.h"
 
 namespace Norv::Corvane::Common {
 
@@ -22,6 +22,8 @@ public:
         double steps;
         // Size of a tree that is built from the document's canonical form.
         double treeBytes;
+        // At most, of one canonical form.
+        double canonicalBytes;
     };
 
     // Counts the markup, in time proportional to the text. Keeps a view of it.
@@ -30,6 +32,9 @@ public:
     bool allowsParsing() const;
 
     bool allowsVerification(const SignatureDemands& demands) const;
+
+    // Whether the canonical form of every reference may be kept before the signature is proven.
+    bool allowsKeeping(const SignatureDemands& demands) const;
 
 private:
     // Multiplies a budget per byte; short texts have a floor.

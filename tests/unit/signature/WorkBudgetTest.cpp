@@ -37,7 +37,7 @@ bool allowsParsing(const std::string& text) {
 
 // What an ordinary signature demands.
 bool allowsVerification(const std::string& text) {
-    return WorkBudget(text).allowsVerification({4, 0, 0});
+    return WorkBudget(text).allowsVerification({1, 4, 0, 0});
 }
 
 const std::string file =
@@ -54,8 +54,8 @@ TEST(WorkBudget, AllowsTextsOfAnyUsualShapeAndSize) {
 
 TEST(WorkBudget, AllowsEightTimesWhatIsUsualInPasses) {
     const std::string text = "<R>" + repeated(file, 5000) + "</R>";
-    EXPECT_TRUE(WorkBudget(text).allowsVerification({32, 0, 0}));
-    EXPECT_FALSE(WorkBudget(text).allowsVerification({1000, 0, 0}));
+    EXPECT_TRUE(WorkBudget(text).allowsVerification({1, 32, 0, 0}));
+    EXPECT_FALSE(WorkBudget(text).allowsVerification({1, 1000, 0, 0}));
 }
 
 TEST(WorkBudget, RefusesManyAttributesOnOneElement) {
@@ -113,8 +113,8 @@ TEST(WorkBudget, RefusesLongNamesAndNamespacesThatAreRepeated) {
 
 TEST(WorkBudget, RefusesLongListsOfPrefixes) {
     const std::string text = "<R>" + repeated(file, 3000) + "</R>";
-    EXPECT_TRUE(WorkBudget(text).allowsVerification({4, 0, 10}));
-    EXPECT_FALSE(WorkBudget(text).allowsVerification({4, 0, 1000}));
+    EXPECT_TRUE(WorkBudget(text).allowsVerification({1, 4, 0, 10}));
+    EXPECT_FALSE(WorkBudget(text).allowsVerification({1, 4, 0, 1000}));
 }
 
 TEST(WorkBudget, RefusesDocumentsLargerThanThatOfAnyUsualManifest) {
@@ -124,11 +124,11 @@ TEST(WorkBudget, RefusesDocumentsLargerThanThatOfAnyUsualManifest) {
 
 TEST(WorkBudget, RefusesManyRebuiltTrees) {
     const std::string tiny = "<R>" + repeated("<a/>x", 200000) + "</R>";
-    EXPECT_TRUE(WorkBudget(tiny).allowsVerification({4, 0, 0}));
-    EXPECT_FALSE(WorkBudget(tiny).allowsVerification({5, 1, 0}));
+    EXPECT_TRUE(WorkBudget(tiny).allowsVerification({1, 4, 0, 0}));
+    EXPECT_FALSE(WorkBudget(tiny).allowsVerification({1, 5, 1, 0}));
     const std::string usual = "<R>" + repeated(file, 5000) + "</R>";
-    EXPECT_TRUE(WorkBudget(usual).allowsVerification({5, 1, 0}));
-    EXPECT_FALSE(WorkBudget(usual).allowsVerification({14, 10, 0}));
+    EXPECT_TRUE(WorkBudget(usual).allowsVerification({1, 5, 1, 0}));
+    EXPECT_FALSE(WorkBudget(usual).allowsVerification({1, 14, 10, 0}));
 }
 
 // More than 64 bits of steps, and a round number of them: 2^20 instructions, 2^15 elements in one
@@ -136,7 +136,7 @@ TEST(WorkBudget, RefusesManyRebuiltTrees) {
 TEST(WorkBudget, DoesNotOverflow) {
     EXPECT_FALSE(allowsParsing(repeated("<?a?>", (1 << 20) - 1) + repeated("<a>", 1 << 15) + "<b " +
                                std::string((1 << 21) - 64, 'n') + "=\"\"/>"));
-    EXPECT_FALSE(WorkBudget("<a/>").allowsVerification({1UL << 31, 1UL << 31, 1UL << 31}));
+    EXPECT_FALSE(WorkBudget("<a/>").allowsVerification({1, 1UL << 31, 1UL << 31, 1UL << 31}));
 }
 
 TEST(WorkBudget, EndsOnTextsThatBreakOff) {

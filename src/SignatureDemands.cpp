@@ -1,0 +1,95 @@
+#include "SignatureDemands.h"
+
+#include <libxml/tree.h>
+#include <xmlsec/xmlsec.h>
+
+#include <xmlsec/strings.h>
+
+#include <algorithm>
+#include <string_view>
+
+namespace Norv::Corvane::Common {
+namespace {
+
+std::string_view textOf(const xmlChar* text) {
+    return text == nullptr ? std::string_view() : reinterpret_cast<const char*>(text);
+}
+
+bool isNamed(const xmlNode* node, const xmlChar* name) {
+    return node->type == XML_ELEMENT_NODE && xmlStrEqual(node->name, name) != 0;
+}
+
+unsigned long countWords(std::string_view text) {
+    constexpr const char* blanks = " \t\r\n";
+    unsigned long words = 0;
+    std::size_t at = 0;
+    while ((at = text.find_first_not_of(blanks, at)) != std::string_view::npos) {
+        ++words;
+        at = std::min(text.find_first_of(blanks, at), text.size());
+    }
+    return words;
+}
+
+std::string_view attributeOf(const xmlNode* element, const xmlChar* name) {
+    for (const xmlAttr* attribute = element->properties; attribute != nullptr;
+         attribute = attribute->next) {
+        // Without regard to the namespace, as xmlsec looks attributes up.
+        if (xmlStrEqual(attribute->name, name) != 0 && attribute->children != nullptr) {
+            return textOf(attribute->children->content);
+        }
+    }
+    return {};
+}
+
+// For one element and all below it. Depth is bounded by the parser.
+unsigned long countPrefixes(const xmlNode* element) {
+    unsigned long prefixes = countWords(attributeOf(element, xmlSecAttrPrefixList));
+    for (const xmlNode* child = element->children; child != nullptr; child = child->next) {
+        prefixes += child->type == XML_ELEMENT_NODE ? countPrefixes(child) : 0;
+    }
+    return prefixes;
+}
+
+void addReference(const xmlNode* reference, SignatureDemands& demands) {
+    ++demands.references;
+    ++demands.passes;
+    unsigned long canonicalisations = 0;
+    for (const xmlNode* list = reference->children; list != nullptr; list = list->next) {
+        for (const xmlNode* transform = list->children;
+             isNamed(list, xmlSecNodeTransforms) && transform != nullptr;
+             transform = transform->next) {
+            if (transform->type != XML_ELEMENT_NODE) {
+                continue;
+            }
+            ++demands.passes;
+            const bool enveloped =
+                attributeOf(transform, xmlSecAttrAlgorithm) == textOf(xmlSecHrefEnveloped);
+            canonicalisations += enveloped ? 0 : 1;
+        }
+    }
+    // What follows a canonicalisation works on a document made from its output; only the digest
+    // takes the output itself.
+    demands.rebuiltTrees += canonicalisations > 1 ? canonicalisations - 1 : 0;
+}
+
+}  // namespace
+
+SignatureDemands demandsOf(_xmlNode* signature) {
+    SignatureDemands demands;
+    // The signed information itself is canonicalised as a selection from the document.
+    demands.passes = 1;
+    for (const xmlNode* child = signature->children; child != nullptr; child = child->next) {
+        if (!isNamed(child, xmlSecNodeSignedInfo)) {
+            continue;
+        }
+        demands.listedPrefixes += countPrefixes(child);
+        for (const xmlNode* part = child->children; part != nullptr; part = part->next) {
+            if (isNamed(part, xmlSecNodeReference)) {
+                addReference(part, demands);
+            }
+        }
+    }
+    return demands;
+}
+
+}  // namespace Norv::Corvane::Common
