@@ -1,6 +1,7 @@
 #include "BareValidation.h"
 
 #include <libxml/parser.h>
+#include <openssl/bio.h>
 #include <xmlsec/keysmngr.h>
 #include <xmlsec/openssl/app.h>
 #include <xmlsec/xmldsig.h>
@@ -9,6 +10,7 @@
 #include <zip.h>
 #include <pugixml.hpp>
 
+#include <memory>
 #include <stdexcept>
 
 namespace Norv::Corvane::Benchmarks {
@@ -34,8 +36,11 @@ BareVerifier::BareVerifier(const std::string& certificate) : manager_(xmlSecKeys
     if (!manager_ || xmlSecOpenSSLAppDefaultKeysMngrInit(manager_.get()) < 0) {
         throw std::runtime_error("no keys manager");
     }
-    xmlSecKeyPtr const key = xmlSecOpenSSLAppKeyLoad(
-        certificate.c_str(), xmlSecKeyDataFormatCertPem, nullptr, nullptr, nullptr);
+    // What the call for a file name, which is another one in each xmlsec, consists of.
+    const std::unique_ptr<BIO, decltype(&BIO_free)> file(BIO_new_file(certificate.c_str(), "r"),
+                                                         BIO_free);
+    xmlSecKeyPtr const key = xmlSecOpenSSLAppKeyLoadBIO(file.get(), xmlSecKeyDataFormatCertPem,
+                                                        nullptr, nullptr, nullptr);
     if (key == nullptr ||
         xmlSecOpenSSLAppKeyCertLoad(key, certificate.c_str(), xmlSecKeyDataFormatCertPem) < 0 ||
         xmlSecOpenSSLAppDefaultKeysMngrAdoptKey(manager_.get(), key) < 0) {

@@ -5,6 +5,7 @@ option(CORVANE_BUILD_EXAMPLES "Build the example host applications" ${PROJECT_IS
 option(CORVANE_BUILD_TESTS "Build the test suite" ${PROJECT_IS_TOP_LEVEL})
 option(CORVANE_BUILD_BENCHMARKS "Build the benchmarks" OFF)
 option(CORVANE_BUILD_FUZZERS "Build the libFuzzer targets (needs clang)" OFF)
+option(CORVANE_WERROR "Stop at any warning of the compiler" OFF)
 option(CORVANE_COVERAGE "Count executed lines and branches (gcc)" OFF)
 set(CORVANE_SANITIZE "" CACHE STRING "Sanitizers to build with, for example address,undefined")
 set(CORVANE_LIBTORRENT_INCLUDE_DIR "" CACHE PATH "Directory that holds libtorrent/span.hpp")
@@ -16,7 +17,8 @@ target_compile_options(corvane_build_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual
     -Wconversion -Wsign-conversion
     # Log records carry __FILE__; keep it independent of where the tree was checked out.
-    "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=")
+    "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/="
+    $<$<BOOL:${CORVANE_WERROR}>:-Werror>)
 target_compile_definitions(corvane_build_options INTERFACE
     _FILE_OFFSET_BITS=64
     BOOST_FILESYSTEM_VERSION=3)

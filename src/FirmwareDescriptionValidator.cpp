@@ -9,9 +9,9 @@
 
 #include <algorithm>
 #include <climits>
-#include <exception>
 #include <vector>
 
+#include "CertificateKey.h"
 #include "LibraryState.h"
 #include "Log.h"
 #include "ManifestText.h"
@@ -91,7 +91,7 @@ void KeysManagerDeleter::operator()(_xmlSecKeysMngr* manager) const noexcept {
     xmlSecKeysMngrDestroy(manager);
 }
 
-std::error_code FirmwareDescriptionValidator::Init() {
+std::error_code FirmwareDescriptionValidator::Init() try {
     // The versions that the first devices shipped with; later ones must be compatible with them.
     constexpr int libxml2Version = 20912;
     constexpr int xmlSecMajor = 1;
@@ -125,6 +125,9 @@ std::error_code FirmwareDescriptionValidator::Init() {
         return XmlSecError::CryptoInitFailed;
     }
     return XmlSecError::Success;
+} catch (...) {
+    // Lack of memory, or a host's logger that throws; likewise below.
+    return XmlSecError::InitFailed;
 }
 
 void FirmwareDescriptionValidator::Deinit() {
@@ -138,7 +141,7 @@ void FirmwareDescriptionValidator::Deinit() {
 }
 
 KeysManagerPtr FirmwareDescriptionValidator::LoadTrustedCert(
-    const boost::filesystem::path& certificate) {
+    const boost::filesystem::path& certificate) try {
     const LibraryStateGuard guard;
     const PasswordPromptGuard noPrompt;
     const char* const path = certificate.c_str();
@@ -154,8 +157,7 @@ KeysManagerPtr FirmwareDescriptionValidator::LoadTrustedCert(
     }
     manager->getKey = trustedKey;
 
-    std::unique_ptr<xmlSecKey, KeyDeleter> key(
-        xmlSecOpenSSLAppKeyLoad(path, xmlSecKeyDataFormatCertPem, nullptr, nullptr, nullptr));
+    std::unique_ptr<xmlSecKey, KeyDeleter> key(loadCertificateKey(path));
     if (!key) {
         Log::error("xmlSecCryptoAppKeyLoad failed");
         return nullptr;
@@ -172,6 +174,8 @@ KeysManagerPtr FirmwareDescriptionValidator::LoadTrustedCert(
     }
     static_cast<void>(key.release());
     return manager;
+} catch (...) {
+    return nullptr;
 }
 
 std::error_code FirmwareDescriptionValidator::Open(const boost::filesystem::path& certificate) {
@@ -184,16 +188,13 @@ void FirmwareDescriptionValidator::Close() noexcept {
 }
 
 boost::optional<bool> FirmwareDescriptionValidator::ValidateSignature(
-    boost::string_view description) const {
+    boost::string_view description) const try {
     if (!keysManager_ || description.size() > INT_MAX || !ManifestText::readsAlike(description)) {
         return boost::none;
     }
-    try {
-        return judge(keysManager_.get(), description);
-    } catch (const std::exception&) {
-        // Lack of memory. What could not be judged was not found genuine.
-        return boost::none;
-    }
+    return judge(keysManager_.get(), description);
+} catch (...) {
+    return boost::none;
 }
 
 }  // namespace Norv::Corvane::Common

@@ -1,4 +1,3 @@
-#include <array>
 #include <cerrno>
 #include <stdexcept>
 
@@ -10,11 +9,14 @@ namespace {
 zip_t* openArchive(const std::string& path, int flags) {
     int code = 0;
     zip_t* const handle = zip_open(path.c_str(), flags, &code);
+    const int systemError = errno;
     if (handle == nullptr) {
-        const int systemError = errno;
-        std::array<char, 128> text{};
-        zip_error_to_str(text.data(), text.size(), code, systemError);
-        throw std::runtime_error(text.data());
+        zip_error_t error;
+        zip_error_init(&error);
+        zip_error_set(&error, code, systemError);
+        const std::string text = zip_error_strerror(&error);
+        zip_error_fini(&error);
+        throw std::runtime_error(text);
     }
     return handle;
 }

@@ -7,8 +7,8 @@
 #include <system_error>
 
 #include <boost/filesystem/operations.hpp>
-#include <boost/process/system.hpp>
 
+#include "BoostProcess.h"
 #include "InstallationPath.h"
 #include "Log.h"
 
@@ -30,7 +30,7 @@ int runAndWait(const std::string& command, std::error_code& error) {
     // waited for.
     std::signal(SIGCHLD, SIG_DFL);
     errno = 0;
-    const int result = boost::process::system(command, error);
+    const int result = process::system(command, error);
     if (result == -1 && !error) {
         // Not started for want of a pipe, which is left to errno alone.
         error = std::make_error_code(errno != 0 ? static_cast<std::errc>(errno)

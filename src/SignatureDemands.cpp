@@ -51,8 +51,7 @@ unsigned long countPrefixes(const xmlNode* element) {
 }
 
 void addReference(const xmlNode* reference, SignatureDemands& demands) {
-    ++demands.references;
-    ++demands.passes;
+    unsigned long transforms = 0;
     unsigned long canonicalisations = 0;
     for (const xmlNode* list = reference->children; list != nullptr; list = list->next) {
         for (const xmlNode* transform = list->children;
@@ -61,7 +60,7 @@ void addReference(const xmlNode* reference, SignatureDemands& demands) {
             if (transform->type != XML_ELEMENT_NODE) {
                 continue;
             }
-            ++demands.passes;
+            ++transforms;
             const bool enveloped =
                 attributeOf(transform, xmlSecAttrAlgorithm) == textOf(xmlSecHrefEnveloped);
             canonicalisations += enveloped ? 0 : 1;
@@ -69,7 +68,11 @@ void addReference(const xmlNode* reference, SignatureDemands& demands) {
     }
     // What follows a canonicalisation works on a document made from its output; only the digest
     // takes the output itself.
-    demands.rebuiltTrees += canonicalisations > 1 ? canonicalisations - 1 : 0;
+    const unsigned long rebuiltTrees = canonicalisations > 1 ? canonicalisations - 1 : 0;
+    ++demands.references;
+    // The usual two transforms, leaving the signature out and the canonical form, are one pass.
+    demands.passes += (transforms > 2 ? transforms - 1 : 1) + rebuiltTrees;
+    demands.rebuiltTrees += rebuiltTrees;
 }
 
 }  // namespace

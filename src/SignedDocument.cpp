@@ -15,8 +15,9 @@
 namespace Norv::Corvane::Common {
 namespace {
 
-// For names. The parser's own limit is 10 MB, and libxml2 before 2.11 takes seconds to fill that.
-constexpr std::size_t dictionaryLimit = std::size_t{512} << 10;
+// For the different names in a text; tens of thousands fit. The parser's own limit is 10 MB, and
+// libxml2 before 2.12 takes seconds to fill that.
+constexpr std::size_t dictionaryLimit = std::size_t{256} << 10;
 
 struct ParserDeleter {
     void operator()(xmlParserCtxt* parser) const noexcept { xmlFreeParserCtxt(parser); }

@@ -1,26 +1,39 @@
 #include "WorkBudget.h"
 
 #include <algorithm>
+#include <array>
+#include <limits>
 #include <string_view>
-#include <vector>
 
 namespace Norv::Corvane::Common {
 namespace {
 
-// Elementary steps, such as looking at one declaration in a search, per byte of text. A usual
-// manifest needs about one per pass.
-constexpr double stepsPerByte = 256;
-// What a pass costs for each byte in any case, in such steps.
-constexpr double stepsPerPassedByte = 4;
+// Steps are about a nanosecond on a desktop computer. What a text may take in any case, and how
+// much more for each byte up to the size of any usual manifest: honest ones of some 100,000 files
+// with six references just fit. An attacker's take some two seconds at most.
+constexpr double basicSteps = 5e8;
+constexpr double stepsPerByte = 80;
+constexpr double largestUsualText = 24 << 20;
+// What every pass over the document costs, for a byte and for an element or attribute.
+constexpr double stepsPerPassedByte = 3;
+constexpr double stepsPerPassedSlot = 250;
+// For each ancestor of a node that is searched for.
+constexpr double stepsPerAncestor = 4;
 // Memory for documents that are built from canonical output, per byte of text.
 constexpr double memoryPerByte = 32;
 constexpr double bytesPerNode = 160;
 constexpr double shortText = 1 << 20;
 // A quotation mark in a value becomes "&quot;".
 constexpr double longestEscape = 6;
+// For canonical output that is kept before the signature is proven.
 constexpr double keptMemory = 48 << 20;
-// For the document itself, however long the text: that of a manifest of 100,000 files.
-constexpr double documentMemory = 256 << 20;
+// For the document itself: what is had in any case, how much more for each byte, which is what
+// honest manifests need, and never more than one of 100,000 files needs.
+constexpr double basicMemory = 64 << 20;
+constexpr double documentBytesPerByte = 12;
+constexpr double mostMemory = 256 << 20;
+// The parser's own limit: it refuses what is deeper.
+constexpr std::size_t deepest = 256;
 
 // The name before an attribute's value. In front of it stands a blank, and whatever came before.
 std::string_view attributeName(std::string_view text) {
@@ -36,9 +49,9 @@ std::string_view attributeName(std::string_view text) {
     return text.substr(begin, end - begin);
 }
 
-// Walks over the markup of a text. On text that is not well-formed it may lose its way, which does
-// no harm: the parser stops there. Counts are floating point, since no text must make them
-// overflow.
+// Walks over the markup of a text, as far as the parser would go down. On text that is not
+// well-formed it may lose its way, which does no harm: the parser stops there. Counts are floating
+// point, since no text must make them overflow.
 class Scanner {
 public:
     // Each element is looked at as if it declared `prefixes` namespaces more.
@@ -46,7 +59,7 @@ public:
         : size_(static_cast<double>(text.size())), rest_(text), prefixes_(prefixes) {}
 
     WorkBudget::Work run() {
-        while (skipPast("<")) {
+        while (!tooDeep_ && skipPast("<")) {
             if (accept("!--")) {
                 skipPast("-->");
                 addLeaf();
@@ -56,7 +69,7 @@ public:
             } else if (accept("?")) {
                 skipPast("?>");
                 addLeaf();
-                instructionsOutside_ += open_.empty() ? 1 : 0;
+                instructionsOutside_ += depth_ == 0 ? 1 : 0;
             } else if (accept("/")) {
                 skipPast(">");
                 leaveElement();
@@ -86,7 +99,12 @@ private:
     }
 
     void addStartTag() {
-        Scope scope = open_.empty() ? Scope{0, prefixes_} : open_.back();
+        if (depth_ == deepest) {
+            tooDeep_ = true;
+            return;
+        }
+        Scope scope = depth_ == 0 ? Scope{0, prefixes_} : open_[depth_ - 1];
+        const std::size_t nameEnd = std::min(rest_.find_first_of(" \t\r\n/>"), rest_.size());
         double attributes = 0;
         bool empty = false;
         for (;;) {
@@ -113,47 +131,50 @@ private:
             }
         }
         scope.attributes += attributes;
-        open_.push_back(scope);
+        open_[depth_++] = scope;
         addElement(attributes, scope);
+        // A complaint about an attribute words the element's name.
+        flatSteps_ += attributes * static_cast<double>(nameEnd);
         if (empty) {
             leaveElement();
         }
     }
 
     void addElement(double attributes, const Scope& scope) {
-        const auto depth = static_cast<double>(open_.size());
+        const auto depth = static_cast<double>(depth_);
         const double slots = 1 + attributes + scope.declarations;
         flatSteps_ += slots * (slots + scope.attributes + prefixes_ * depth);
         // Two texts may stand beside a tag.
-        deepSteps_ += (slots + 2) * depth;
+        deepSteps_ += stepsPerAncestor * (slots + 2) * depth;
         slots_ += slots;
         nodes_ += 2 + 2 * attributes;
     }
 
     void addLeaf() {
-        deepSteps_ += 2 * (static_cast<double>(open_.size()) + 1);
+        deepSteps_ += stepsPerAncestor * 2 * (static_cast<double>(depth_) + 1);
         nodes_ += 2;
     }
 
-    void leaveElement() {
-        if (!open_.empty()) {
-            open_.pop_back();
-        }
-    }
+    void leaveElement() { depth_ -= depth_ == 0 ? 0 : 1; }
 
     WorkBudget::Work total() const {
         // Each search among ancestors is one among the top-level nodes too.
         const double searches = flatSteps_ + deepSteps_ * (1 + instructionsOutside_);
         // Names are compared from the start, and what is written out may repeat a namespace.
         const double repeated = slots_ * longest_;
-        return {searches * (1 + longest_ / 64) + repeated / 4, nodes_ * bytesPerNode + repeated,
-                size_ * longestEscape + repeated};
+        const double steps = searches * (1 + longest_ / 64) + repeated / 4 +
+                             size_ * stepsPerPassedByte + slots_ * stepsPerPassedSlot;
+        return {tooDeep_ ? std::numeric_limits<double>::infinity() : steps,
+                nodes_ * bytesPerNode + repeated, size_ * longestEscape + repeated};
     }
 
     double size_;
     std::string_view rest_;
     double prefixes_;
-    std::vector<Scope> open_;
+    // Of the elements that are open.
+    std::array<Scope, deepest> open_;
+    std::size_t depth_ = 0;
+    bool tooDeep_ = false;
     double flatSteps_ = 0;
     double deepSteps_ = 0;
     double slots_ = 0;
@@ -172,23 +193,25 @@ WorkBudget::Work workOn(boost::string_view text, double prefixes) {
 WorkBudget::WorkBudget(boost::string_view text) : text_(text), usual_(workOn(text, 0)) {}
 
 bool WorkBudget::allowsParsing() const {
-    return usual_.steps <= scaled(stepsPerByte) && usual_.treeBytes <= documentMemory;
+    const double memory = basicMemory + documentBytesPerByte * static_cast<double>(text_.size());
+    return usual_.steps <= mostSteps() && usual_.treeBytes <= std::min(memory, mostMemory);
 }
 
 bool WorkBudget::allowsVerification(const SignatureDemands& demands) const {
     const auto prefixes = static_cast<double>(demands.listedPrefixes);
     const Work work = demands.listedPrefixes == 0 ? usual_ : workOn(text_, prefixes);
-    const double pass = work.steps + stepsPerPassedByte * static_cast<double>(text_.size());
-    return pass * static_cast<double>(demands.passes) <= scaled(stepsPerByte) &&
-           work.treeBytes * static_cast<double>(demands.rebuiltTrees) <= scaled(memoryPerByte);
+    const double rebuiltBytes = work.treeBytes * static_cast<double>(demands.rebuiltTrees);
+    return work.steps * static_cast<double>(demands.passes) <= mostSteps() &&
+           rebuiltBytes <= memoryPerByte * std::max(static_cast<double>(text_.size()), shortText);
 }
 
 bool WorkBudget::allowsKeeping(const SignatureDemands& demands) const {
     return usual_.canonicalBytes * static_cast<double>(demands.references) <= keptMemory;
 }
 
-double WorkBudget::scaled(double perByte) const {
-    return perByte * std::max(static_cast<double>(text_.size()), shortText);
+double WorkBudget::mostSteps() const {
+    return basicSteps +
+           stepsPerByte * std::min(static_cast<double>(text_.size()), largestUsualText);
 }
 
 }  // namespace Norv::Corvane::Common

@@ -19,6 +19,7 @@ namespace Norv::Corvane::Common {
 class WorkBudget {
 public:
     struct Work {
+        // Of one pass over the document.
         double steps;
         // Size of a tree that is built from the document's canonical form.
         double treeBytes;
@@ -26,7 +27,8 @@ public:
         double canonicalBytes;
     };
 
-    // Counts the markup, in time proportional to the text. Keeps a view of it.
+    // Counts the markup, in time proportional to the text and without taking memory. Keeps a view
+    // of it.
     explicit WorkBudget(boost::string_view text);
 
     bool allowsParsing() const;
@@ -37,8 +39,7 @@ public:
     bool allowsKeeping(const SignatureDemands& demands) const;
 
 private:
-    // Multiplies a budget per byte; short texts have a floor.
-    double scaled(double perByte) const;
+    double mostSteps() const;
 
     boost::string_view text_;
     // For a signature that treats no namespace prefix specially, as nearly all of them.

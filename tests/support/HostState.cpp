@@ -56,7 +56,7 @@ public:
     std::string changes();
 
 private:
-    static void countStructured(void* state, xmlErrorPtr error);
+    static const xmlStructuredErrorFunc countStructured;
     static void countGeneric(void* state, const char* format, ...);
 
     std::string handlerChanges() const;
@@ -124,9 +124,10 @@ std::string HostState::changes() {
     return found;
 }
 
-void HostState::countStructured(void* state, xmlErrorPtr /*error*/) {
+// The error is constant from libxml2 2.12 on.
+const xmlStructuredErrorFunc HostState::countStructured = [](void* state, auto* /*error*/) {
     ++static_cast<HostState*>(state)->calls_;
-}
+};
 
 void HostState::countGeneric(void* state, const char* /*format*/, ...) {
     ++static_cast<HostState*>(state)->calls_;

@@ -1,6 +1,7 @@
 #include "TemporaryDirectory.h"
 
 #include <algorithm>
+#include <boost/filesystem/directory.hpp>
 #include <boost/filesystem/operations.hpp>
 #include <cstdlib>
 #include <fstream>

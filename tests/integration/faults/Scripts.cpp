@@ -203,34 +203,33 @@ TEST_F(Scripts, WithoutAFreeDescriptorTheLaunchFails) {
 #if defined(__SANITIZE_ADDRESS__)
     GTEST_SKIP() << "UndefinedBehaviorSanitizer looks at objects through a pipe of its own";
 #endif
-    EXPECT_EQ(statusOf([this] {
-                  const LogCapture log;
-                  const std::vector<Payload> files{{"Script.run", "exit 0\n", FileKind::Script}};
-                  writePackage(package(), files);
-                  auto firmware = validated(package(), files);
-                  rlimit limit{};
-                  getrlimit(RLIMIT_NOFILE, &limit);
-                  limit.rlim_cur = 64;
-                  setrlimit(RLIMIT_NOFILE, &limit);
-                  int last = -1;
-                  for (int next; (next = open("/dev/null", O_RDONLY)) >= 0;) {
-                      last = next;
-                  }
-                  // One is enough to write the file and too few for the pipe of the launch.
-                  close(last);
-                  const auto completions = install(std::move(firmware), target());
-                  const std::string command = fmt::format(
-                      "Faild to execute command \"/bin/sh {}/Script.run "
-                      "/UpdateApplicationFiles:True /UpdateSystemFiles:True "
-                      "/CommissioningMode:False\" (Too many open files)",
-                      target().native());
-                  const bool right =
-                      completions == std::vector<bool>{false} &&
-                      log.records() ==
-                          std::vector<LogRecord>{{spdlog::level::err, command, "done"}, failed};
-                  _exit(right ? 0 : 1);
-              }),
-              0);
+    EXPECT_EQ(
+        statusOf([this] {
+            const LogCapture log;
+            const std::vector<Payload> files{{"Script.run", "exit 0\n", FileKind::Script}};
+            writePackage(package(), files);
+            auto firmware = validated(package(), files);
+            rlimit limit{};
+            getrlimit(RLIMIT_NOFILE, &limit);
+            limit.rlim_cur = 64;
+            setrlimit(RLIMIT_NOFILE, &limit);
+            int last = -1;
+            for (int next; (next = open("/dev/null", O_RDONLY)) >= 0;) {
+                last = next;
+            }
+            // One is enough to write the file and too few for the pipe of the launch.
+            close(last);
+            const auto completions = install(std::move(firmware), target());
+            const std::string command = fmt::format(
+                "Faild to execute command \"/bin/sh {}/Script.run "
+                "/UpdateApplicationFiles:True /UpdateSystemFiles:True "
+                "/CommissioningMode:False\" (Too many open files)",
+                target().native());
+            const std::vector<LogRecord> records{{spdlog::level::err, command, "done"}, failed};
+            const bool right = completions == std::vector<bool>{false} && log.records() == records;
+            _exit(right ? 0 : 1);
+        }),
+        0);
 }
 
 }  // namespace

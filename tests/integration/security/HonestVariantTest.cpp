@@ -17,6 +17,17 @@ std::string unsignedManifest() {
 
 namespace {
 
+// For another reader of the text: it is UTF-8 whatever it names, and no libxml2 knows every name.
+std::string withoutEncoding(std::string manifest) {
+    const std::string label = " encoding=";
+    const std::size_t at = manifest.substr(0, manifest.find("?>")).find(label);
+    if (at != std::string::npos) {
+        const std::size_t quote = at + label.size();
+        manifest.erase(at, manifest.find(manifest[quote], quote + 1) + 1 - at);
+    }
+    return manifest;
+}
+
 TEST_P(HonestVariant, IsAccepted) {
     const TestKey& key = GetParam().key();
     const TemporaryDirectory directory;
@@ -31,7 +42,7 @@ TEST_P(HonestVariant, IsAccepted) {
     ASSERT_EQ(verdict, true) << testing::PrintToString(log.allRecords())
                              << manifest.substr(0, 5000);
     EXPECT_THAT(log.records(), testing::IsEmpty());
-    EXPECT_EQ(readingOf(manifest), signedReadingOf(manifest, key));
+    EXPECT_EQ(readingOf(manifest), signedReadingOf(withoutEncoding(manifest), key));
     EXPECT_THAT(readingOf(manifest), testing::HasSubstr("1.2.3.4"));
 }
 

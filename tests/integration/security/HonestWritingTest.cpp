@@ -172,7 +172,7 @@ INSTANTIATE_TEST_SUITE_P(BlankInAValue, HonestVariant,
 Variant labelled(const std::string& encoding) {
     std::string name = encoding;
     std::replace(name.begin(), name.end(), '-', '_');
-    return {{name, [=] { return signAs(declaredAs(unsignedManifest(), encoding), {}, rsaKey()); }}};
+    return {{name, [=] { return declaredAs(signAs(unsignedManifest(), {}, rsaKey()), encoding); }}};
 }
 
 INSTANTIATE_TEST_SUITE_P(Label, HonestVariant,

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <boost/filesystem/exception.hpp>
 #include <boost/filesystem/operations.hpp>
 #include <csignal>
 #include <cstdio>

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <boost/filesystem/directory.hpp>
 #include <boost/filesystem/operations.hpp>
 #include <functional>
 #include <future>

@@ -47,8 +47,11 @@ std::optional<std::string> errorOf(Action action) {
 }
 
 std::string libzipText(int error, int systemError) {
-    char text[128] = {};
-    zip_error_to_str(text, sizeof text, error, systemError);
+    zip_error_t both;
+    zip_error_init(&both);
+    zip_error_set(&both, error, systemError);
+    const std::string text = zip_error_strerror(&both);
+    zip_error_fini(&both);
     return text;
 }
 

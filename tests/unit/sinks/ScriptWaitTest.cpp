@@ -5,10 +5,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <boost/process/exception.hpp>
 #include <cerrno>
 #include <vector>
 
+#include "BoostProcess.h"
 #include "Norv/Corvane/Common/ScriptRunner.h"
 #include "TemporaryDirectory.h"
 
@@ -59,7 +59,7 @@ TEST_F(ScriptWait, ThrowsWhenItFails) {
     try {
         runner.done();
         FAIL() << "nothing was thrown";
-    } catch (const boost::process::process_error& error) {
+    } catch (const process::process_error& error) {
         EXPECT_EQ(error.code(), std::errc::no_child_process);
         EXPECT_THAT(error.what(), testing::HasSubstr("wait error"));
     }

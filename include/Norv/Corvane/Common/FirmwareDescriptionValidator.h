@@ -5,9 +5,10 @@
 // owns the certificate it loaded and is not copyable. The XML libraries keep process-wide state, so
 // no two validations may run at the same time, not even on different validators.
 //
-// Nothing in here throws but `std::bad_alloc`. What the libraries complain about goes to the
-// default logger at debug level, never to the process's streams; OpenSSL's error queue and
-// libxml2's error handlers are left as they were found.
+// Nothing in here throws. Lack of memory is an error code, an empty handle or an empty result, as
+// any other failure. What the libraries complain about goes to the default logger at debug level,
+// never to the process's streams; OpenSSL's error queue and libxml2's error handlers are left as
+// they were found.
 //
 // `Init` changes what the rest of the process gets from libxml2, and `Deinit` leaves that so:
 // external entities read as empty, and on the thread of `Init` the functions that take no options
@@ -55,10 +56,16 @@ public:
     // Trusts nothing from now on.
     void Close() noexcept;
 
-    // True only for a manifest that the trusted key signed as a whole, and that every XML parser
-    // reads alike: UTF-8 or ASCII, without a document type declaration, with the signature directly
-    // below the root element. Keys that the manifest brings along are ignored. Empty when that
-    // cannot be judged, `Open` not having succeeded included.
+    // True only for a manifest that the trusted key signed as a whole, and of which pugixml, which
+    // the manifest is used through, reads what it reads of the very bytes that were signed.
+    // Otherwise the signature would vouch for one document and another one would be used; a
+    // mismatch is empty, not false, since nothing is wrong with the signature itself.
+    //
+    // Keys that the manifest brings along are ignored. Empty when the manifest cannot be judged:
+    // before `Open` succeeded; if it is not UTF-8 or ASCII, not well-formed, has a document type
+    // declaration or an undeclared namespace prefix, or has its signature anywhere but directly
+    // below the root element; if checking it would cost many times what honest manifests of the
+    // size do; or for lack of memory.
     boost::optional<bool> ValidateSignature(boost::string_view description) const override;
 
 private:
