@@ -84,6 +84,9 @@ std::vector<unsigned> reachingCalls() {
         __NR_unlink,         __NR_rmdir,     __NR_rename,   __NR_mkdir,    __NR_link,
         __NR_symlink,        __NR_mknod,     __NR_chmod,    __NR_chown,
 #endif
+#ifdef __NR_truncate64
+        __NR_truncate64,     __NR_chown32,
+#endif
 #ifdef __NR_renameat
         __NR_renameat,
 #endif
