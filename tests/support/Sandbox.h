@@ -18,9 +18,15 @@ struct Usage {
 // The child ends without destructors. Call while no other thread runs.
 Usage measured(const std::function<void()>& work);
 
-// Whether the work ends well where opening a file, a socket or a process is fatal. It is not fatal
-// under an emulator, which cannot forbid it, and in builds whose sanitizer opens files itself.
+// Whether the work ends well where it is fatal to open a file or a socket, to start a process or a
+// thread, and to change names or rights of files. What cannot be seen is not fatal.
 bool staysInside(const std::function<void()>& work);
+
+// Whether `staysInside` sees files that are opened. A sanitizer opens files itself.
+bool seesOpening();
+
+// Whether it sees the rest. An emulator cannot forbid what it does itself.
+bool seesReaching();
 
 // Whether the work ends well with at most this many bytes of address space more than now. Always so
 // in builds whose sanitizer needs the address space itself.

@@ -124,12 +124,5 @@ TEST(Measured, SeesTimeAndMemory) {
     EXPECT_FALSE(measured([] { throw 1; }).finished);
 }
 
-TEST(StaysInside, SeesWhatIsOpened) {
-    EXPECT_TRUE(staysInside([] {}));
-    if (slowness() < 2) {
-        EXPECT_FALSE(staysInside([] { readFile("/etc/hostname"); }));
-    }
-}
-
 }  // namespace
 }  // namespace Norv::Corvane::Test

@@ -1,0 +1,213 @@
+// Lack of memory makes no text genuine that says something else than what was signed, and nothing
+// of the check throws.
+//
+// Bounded: every so many-th allocation fails. CORVANE_ALLOCATION_STEP=1 is the full form.
+
+#include <gtest/gtest.h>
+#include <spdlog/sinks/null_sink.h>
+#include <spdlog/spdlog.h>
+#include <unistd.h>
+
+#include <boost/optional/optional_io.hpp>
+#include <cstdlib>
+#include <vector>
+
+#include "AllocationFaults.h"
+#include "Dictionary.h"
+#include "Forgery.h"
+#include "Keys.h"
+#include "LeakCheckPause.h"
+#include "ManifestMutations.h"
+#include "ManifestReading.h"
+#include "Norv/Corvane/Common/ErrorCodes.h"
+#include "Norv/Corvane/Common/FirmwareDescriptionValidator.h"
+#include "Process.h"
+#include "Sandbox.h"
+#include "TrustStore.h"
+
+namespace Norv::Corvane::Test {
+namespace {
+
+using Common::FirmwareDescriptionValidator;
+
+unsigned long step() {
+    const char* const chosen = std::getenv("CORVANE_ALLOCATION_STEP");
+    // A prime: what recurs in the work is met in all of its places.
+    constexpr unsigned long usual = 97;
+    return chosen != nullptr ? std::strtoul(chosen, nullptr, 10)
+                             : usual * static_cast<unsigned long>(slowness());
+}
+
+struct Sweep {
+    unsigned long runs = 0;
+    unsigned long exceptions = 0;
+    unsigned long wrong = 0;
+    unsigned long accepted = 0;
+};
+
+// Calls `work` with one fault after the other. It returns whether what it did was wrong.
+void sweep(const std::function<bool()>& work, Sweep& result) {
+    static unsigned long offset = 0;
+    const unsigned long all = allocationsIn([&] { work(); });
+    for (const bool lasting : {false, true}) {
+        for (unsigned long number = 1 + offset++ % step(); number <= all; number += step()) {
+            ++result.runs;
+            bool wrong = false;
+            try {
+                withFault({number, lasting}, [&] { wrong = work(); });
+            } catch (...) {
+                ++result.exceptions;
+            }
+            result.wrong += wrong ? 1U : 0U;
+        }
+    }
+}
+
+class AllocationSweep : public testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        auto quiet = std::make_shared<spdlog::sinks::null_sink_mt>();
+        auto logger = std::make_shared<spdlog::logger>("quiet", quiet);
+        logger->set_level(spdlog::level::debug);
+        logger->set_error_handler([](const std::string&) {});
+        spdlog::set_default_logger(logger);
+        ASSERT_FALSE(FirmwareDescriptionValidator::Init());
+    }
+    static void TearDownTestSuite() { FirmwareDescriptionValidator::Deinit(); }
+
+    void SetUp() override {
+        if (underValgrind()) {
+            GTEST_SKIP() << "the libraries below lose memory when they lack it";
+        }
+        ASSERT_FALSE(validator.Open(certificate));
+    }
+
+    // The machine's own store holds some hundred certificates, each of thousands of allocations.
+    const TrustStore store{authorityKey()};
+    // What these lose is the libraries' own.
+    const LeakCheckPause pause;
+    const TemporaryDirectory directory;
+    const boost::filesystem::path certificate = writeKey(ecKey(), directory).certificate;
+    FirmwareDescriptionValidator validator;
+};
+
+const std::string endOfRoot = "</FirmwareDescription>";
+const std::string evilFiles =
+    R"(<Files><File xsi:type="ScriptFileType" LocalFilePath="evil" RemoteFilePath="evil")"
+    R"( HashValue="AAAA" HashAlgorithm="sha256" Length="4"/></Files>)";
+
+std::string withoutFiles() {
+    return genuine(withoutElement(plainManifest(), "Files"), Algorithm::exclusive);
+}
+
+// A name with a prefix, declared or not, in place of the signed one.
+void addHiddenNames(std::vector<std::string>& attacks) {
+    for (const std::string name :
+         {"FirmwareDescription", "ManufacturerId", "ModelId", "Version", "SystemVersion",
+          "ApplicationVersion", "SupportedHwRevs", "HwRev", "Files"}) {
+        const std::string hidden = withHiddenElement(genuine(), name);
+        attacks.push_back(hidden);
+        attacks.push_back(insertedAfter(hidden, "<p:" + name, " xmlns:p=\"u:p\""));
+    }
+    for (const std::string name : {"LocalFilePath", "RemoteFilePath", "HashValue", "Length"}) {
+        const std::string hidden = withHiddenAttribute(genuine(), "File", name);
+        attacks.push_back(hidden);
+        attacks.push_back(insertedAfter(hidden, "<File", " xmlns:p=\"u:p\""));
+    }
+}
+
+// What follows is hidden from a parser that lost where a comment or an instruction ends.
+void addLostEnds(std::vector<std::string>& attacks) {
+    const std::string longText = everywhere(std::string(500, 'p'), "p", "<?p?>");
+    for (const std::string start : {"<!--<?p -->", "<!-- <?p -->", "<?p <!--?>", "<?new <!--?>"}) {
+        const std::string end = start[1] == '!' ? "<?p ?>" : "<!-->-->";
+        attacks.push_back(insertedBefore(withoutFiles(), endOfRoot, start + evilFiles + end));
+    }
+    attacks.push_back(insertedBefore(withoutFiles(), endOfRoot,
+                                     "<!--" + longText + "<?p -->" + evilFiles + "<?p ?>"));
+    attacks.push_back(insertedBefore(withoutFiles(), endOfRoot, "<?new <!-- ?>" + evilFiles) +
+                      "-->");
+}
+
+// Content that was added, in case that it is lost.
+void addAdditions(std::vector<std::string>& attacks) {
+    attacks.push_back(insertedBefore(withoutFiles(), endOfRoot, evilFiles));
+    attacks.push_back(insertedBefore(genuine(), "</SupportedHwRevs>", "<HwRev Value=\"evil\"/>"));
+    attacks.push_back(insertedBefore(genuine(), "</Files>", "<File/>"));
+    attacks.push_back(insertedBefore(genuine(), "<ManufacturerId", "<Version Value=\"6.6.6.6\"/>"));
+    attacks.push_back(insertedAfter(genuine(), "<File", " Length=\"1\""));
+}
+
+std::vector<std::string> attacks() {
+    std::vector<std::string> all;
+    addHiddenNames(all);
+    addLostEnds(all);
+    addAdditions(all);
+    return all;
+}
+
+std::vector<std::string> honest() {
+    SignatureForm several;
+    several.method = Algorithm::ecdsaSha256;
+    several.references.push_back(several.references[0]);
+    several.references[1].transforms = {Algorithm::enveloped, Algorithm::inclusive};
+    return {genuine(), withoutFiles(), genuine(plainManifest(), Algorithm::inclusive11),
+            signAs(plainManifest(), several, ecKey()),
+            withObject(withSignatureFirst(genuine()), "<x/>text")};
+}
+
+TEST_F(AllocationSweep, MakesNoAttackGenuine) {
+    Sweep result;
+    const std::vector<std::string> all = attacks();
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        ASSERT_NE(validator.ValidateSignature(all[i]), true) << all[i];
+        const unsigned long wrong = result.wrong;
+        sweep([&] { return validator.ValidateSignature(all[i]) == true; }, result);
+        EXPECT_EQ(result.wrong - wrong, 0U) << all[i];
+        // Whatever failed, failed for that time.
+        EXPECT_EQ(validator.ValidateSignature(genuine()), true);
+    }
+    EXPECT_EQ(result.exceptions, 0U);
+    EXPECT_GT(result.runs, all.size());
+    std::printf("%lu runs\n", result.runs);
+}
+
+TEST_F(AllocationSweep, MakesNoHonestManifestSomethingElse) {
+    Sweep result;
+    unsigned long accepted = 0;
+    for (const std::string& manifest : honest()) {
+        ASSERT_EQ(validator.ValidateSignature(manifest), true) << manifest;
+        ASSERT_EQ(readingOf(manifest), signedReadingOf(manifest, ecKey()));
+        sweep(
+            [&] {
+                const boost::optional<bool> verdict = validator.ValidateSignature(manifest);
+                accepted += verdict == true ? 1U : 0U;
+                return verdict == false;
+            },
+            result);
+        EXPECT_EQ(validator.ValidateSignature(manifest), true);
+    }
+    EXPECT_EQ(result.exceptions, 0U);
+    std::printf("%lu runs, %lu true, %lu false\n", result.runs, accepted, result.wrong);
+}
+
+TEST_F(AllocationSweep, LetsNoExceptionOutOfLoadingACertificate) {
+    Sweep result;
+    sweep(
+        [&] {
+            FirmwareDescriptionValidator other;
+            const bool loaded =
+                FirmwareDescriptionValidator::LoadTrustedCert(certificate) != nullptr;
+            const std::error_code error = other.Open(certificate);
+            // The second one meets no fault but the lasting one.
+            return loaded && error &&
+                   error != make_error_code(Common::XmlSecError::CertLoadingFailed);
+        },
+        result);
+    EXPECT_EQ(result.exceptions, 0U);
+    EXPECT_EQ(result.wrong, 0U);
+    std::printf("%lu runs\n", result.runs);
+}
+
+}  // namespace
+}  // namespace Norv::Corvane::Test
