@@ -42,9 +42,10 @@ std::string numbered(std::size_t number, std::size_t length) {
     return "n" + name + std::string(length - 1 - name.size(), 'f');
 }
 
-void noticeLackOfMemory(void* noticed, xmlError* error) {
+// The error is constant from libxml2 2.12 on.
+const xmlStructuredErrorFunc noticeLackOfMemory = [](void* noticed, auto* error) {
     *static_cast<bool*>(noticed) |= error->code == XML_ERR_NO_MEMORY;
-}
+};
 
 bool overflows(const std::string& text) {
     bool noticed = false;
