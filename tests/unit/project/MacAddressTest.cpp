@@ -67,9 +67,13 @@ TEST(MacAddress, CountsAPairWhoseSecondCharacterIsNoDigit) {
     EXPECT_FALSE(MacAddress::parse("001a2b3c4dg5"));
 }
 
-TEST(MacAddress, ReadsASignBeforeABlankAsNoNumber) {
-    EXPECT_FALSE(MacAddress::parse("+ 0102030405"));
+TEST(MacAddress, CountsASignWithoutDigitsAsZeroUnlessTheTextEndsThere) {
+    EXPECT_EQ(MacAddress::parse("+ 0123456789"),
+              (MacAddress{{0x00, 0x01, 0x23, 0x45, 0x67, 0x89}}));
     EXPECT_EQ(MacAddress::parse("+x0102030405"), (MacAddress{{0, 1, 2, 3, 4, 5}}));
+    EXPECT_EQ(MacAddress::parse("1:2:3:4:+:6"), (MacAddress{{1, 2, 3, 4, 0, 6}}));
+    EXPECT_FALSE(MacAddress::parse(" +0102030405"));
+    EXPECT_FALSE(MacAddress::parse("1:2:3:4:5:+"));
 }
 
 TEST(MacAddress, FormatsInPairsWithColonsByDefault) {

@@ -54,6 +54,12 @@ TEST(Version, RejectsWhatIsNoNumber) {
     EXPECT_FALSE(Version::parse("1,2,3,4"));
 }
 
+TEST(Version, CountsASignWithoutDigitsAsZeroUnlessTheTextEndsThere) {
+    EXPECT_EQ(Version::parse("1.2.3.+ "), (Version{1, 2, 3, 0}));
+    EXPECT_EQ(Version::parse("1.+.3.4"), (Version{1, 0, 3, 4}));
+    EXPECT_FALSE(Version::parse("1.2.3.+"));
+}
+
 TEST(Version, IsReadOutOfALongerBufferWithoutLookingBehindTheView) {
     const std::string_view buffer = "1.2.3.4567";
     EXPECT_EQ(Version::parse(buffer.substr(0, 7)), (Version{1, 2, 3, 4}));
