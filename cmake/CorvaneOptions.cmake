@@ -10,6 +10,12 @@ set(CORVANE_SANITIZE "" CACHE STRING "Sanitizers to build with, for example addr
 set(CORVANE_LIBTORRENT_INCLUDE_DIR "" CACHE PATH "Directory that holds libtorrent/span.hpp")
 set(TESSARY_LIBRARY "" CACHE FILEPATH "The device's libtessary.so; a stand-in is built when empty")
 
+# Shared unless the opposite is asked for; as an option this would decide for the projects around it.
+set(corvane_library_type SHARED)
+if(DEFINED BUILD_SHARED_LIBS AND NOT BUILD_SHARED_LIBS)
+    set(corvane_library_type STATIC)
+endif()
+
 add_library(corvane_build_options INTERFACE)
 target_compile_features(corvane_build_options INTERFACE cxx_std_17)
 target_compile_options(corvane_build_options INTERFACE
