@@ -5,6 +5,7 @@ option(CORVANE_BUILD_EXAMPLES "Build the example host applications" ${PROJECT_IS
 option(CORVANE_BUILD_TESTS "Build the test suite" ${PROJECT_IS_TOP_LEVEL})
 option(CORVANE_BUILD_BENCHMARKS "Build the benchmarks" OFF)
 option(CORVANE_BUILD_FUZZERS "Build the libFuzzer targets (needs clang)" OFF)
+option(CORVANE_INSTALL "Install the library, its tools and what their users need" ${PROJECT_IS_TOP_LEVEL})
 option(CORVANE_COVERAGE "Count executed lines and branches (gcc)" OFF)
 set(CORVANE_SANITIZE "" CACHE STRING "Sanitizers to build with, for example address,undefined")
 set(CORVANE_LIBTORRENT_INCLUDE_DIR "" CACHE PATH "Directory that holds libtorrent/span.hpp")
