@@ -1,7 +1,7 @@
 # Installation: the library, its headers, the CMake package corvane_common and corvane_common.pc.
 #
 # Components: runtime, dev, tools, and tessary-standin, which exists only where the device's own
-# libtessary.so was not given.
+# libtessary.so was not given. A static library is of component dev alone.
 
 include(CMakePackageConfigHelpers)
 
@@ -10,6 +10,7 @@ set(corvane_cmake_dir "${CMAKE_INSTALL_LIBDIR}/cmake/corvane_common")
 set(corvane_private_include_dir "${CMAKE_INSTALL_INCLUDEDIR}/corvane_common")
 
 install(TARGETS corvane_common EXPORT corvane_common
+    ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT dev
     LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
         COMPONENT runtime NAMELINK_COMPONENT dev
     INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" "${corvane_private_include_dir}")
@@ -35,6 +36,15 @@ foreach(program firmware-pack firmware-host)
             INSTALL_RPATH "\$ORIGIN/${corvane_lib_from_bin}")
     endif()
 endforeach()
+
+# What only the library's own code needs is no concern of those who link a shared library. With a
+# static one, they link that as well.
+set(corvane_link_requires "")
+set(corvane_link_libs "")
+if(corvane_library_type STREQUAL "STATIC")
+    set(corvane_link_requires ", spdlog >= 1.10, libcrypto >= 3.0, xmlsec1-openssl >= 1.2.28, libxml-2.0 >= 2.9.12")
+    set(corvane_link_libs " -ltessary -pthread -lstdc++")
+endif()
 
 configure_package_config_file(cmake/corvane_commonConfig.cmake.in
     "${PROJECT_BINARY_DIR}/corvane_commonConfig.cmake"

@@ -50,7 +50,9 @@ function(corvane_add_manual program)
     set(completion "${CMAKE_CURRENT_BINARY_DIR}/completion/${program}")
     configure_file("${arg_PAGE}" "${page}" @ONLY)
     configure_file("${PROJECT_SOURCE_DIR}/cmake/completion.bash.in" "${completion}" @ONLY)
-    install(FILES "${page}" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT tools)
-    install(FILES "${completion}"
-        DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" COMPONENT tools)
+    if(CORVANE_INSTALL)
+        install(FILES "${page}" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT tools)
+        install(FILES "${completion}"
+            DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" COMPONENT tools)
+    endif()
 endfunction()

@@ -7,6 +7,7 @@ option(CORVANE_BUILD_BENCHMARKS "Build the benchmarks" OFF)
 option(CORVANE_BUILD_FUZZERS "Build the libFuzzer targets (needs clang)" OFF)
 option(CORVANE_WERROR "Stop at any warning of the compiler" OFF)
 option(CORVANE_TEST_PER_EXECUTABLE "Run the tests of an executable in one process" OFF)
+option(CORVANE_INSTALL "Install the library, its tools and what their users need" ${PROJECT_IS_TOP_LEVEL})
 option(CORVANE_COVERAGE "Count executed lines and branches (gcc)" OFF)
 set(CORVANE_SANITIZE "" CACHE STRING "Sanitizers to build with, for example address,undefined")
 set(CORVANE_LIBTORRENT_INCLUDE_DIR "" CACHE PATH "Directory that holds libtorrent/span.hpp")
@@ -14,6 +15,12 @@ set(TESSARY_LIBRARY "" CACHE FILEPATH "The device's libtessary.so; a stand-in is
 
 # A path in what is linked would make the same sources, built elsewhere, another library.
 set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
+
+# Shared unless the opposite is asked for; as an option this would decide for the projects around it.
+set(corvane_library_type SHARED)
+if(DEFINED BUILD_SHARED_LIBS AND NOT BUILD_SHARED_LIBS)
+    set(corvane_library_type STATIC)
+endif()
 
 add_library(corvane_build_options INTERFACE)
 target_compile_features(corvane_build_options INTERFACE cxx_std_17)

@@ -1,11 +1,13 @@
 # Finds libtorrent/span.hpp and defines LibtorrentSpan::LibtorrentSpan, headers only.
 #
 # Debian's -dev package of libtorrent cannot be installed beside Boost 1.81, so
-# scripts/dependencies unpacks it into .deps, which is searched as well.
+# scripts/dependencies unpacks it into .deps. Otherwise it is searched where CMake looks for all
+# headers: in a sysroot if there is one.
 
 find_path(LibtorrentSpan_INCLUDE_DIR libtorrent/span.hpp
-    HINTS "${CORVANE_LIBTORRENT_INCLUDE_DIR}" "${PROJECT_SOURCE_DIR}/.deps/libtorrent/usr/include"
-    NO_CMAKE_FIND_ROOT_PATH)
+    PATHS "${CORVANE_LIBTORRENT_INCLUDE_DIR}" "${PROJECT_SOURCE_DIR}/.deps/libtorrent/usr/include"
+    NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)
+find_path(LibtorrentSpan_INCLUDE_DIR libtorrent/span.hpp)
 mark_as_advanced(LibtorrentSpan_INCLUDE_DIR)
 
 include(FindPackageHandleStandardArgs)

@@ -1,16 +1,19 @@
 #include "Norv/Corvane/Common/FirmwareIndex.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <array>
 #include <boost/interprocess/sync/file_lock.hpp>
 #include <boost/interprocess/sync/scoped_lock.hpp>
 #include <boost/interprocess/sync/sharable_lock.hpp>
 #include <boost/json/parse.hpp>
-#include <boost/json/serialize.hpp>
+#include <boost/json/serializer.hpp>
+#include <cerrno>
 #include <fstream>
 #include <stdexcept>
 #include <string_view>
-#include <utility>
 
 #include "ManufacturerPrefix.h"
 
@@ -36,14 +39,55 @@ const json::value& member(const json::value& record, std::string_view key) {
     return *value;
 }
 
-// Which file the path leads to at the moment; none if it leads nowhere.
-std::optional<std::pair<dev_t, ino_t>> fileAt(const std::filesystem::path& path) {
-    struct stat status {};
-    if (::stat(path.c_str(), &status) != 0) {
-        return std::nullopt;
+// A file opened for writing, which creates or empties it. That it could not be opened, or that a
+// write failed, is not told: a save does not notice either.
+class OutputFile {
+public:
+    explicit OutputFile(const std::filesystem::path& path)
+        : descriptor_(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666)) {}
+    ~OutputFile() {
+        if (descriptor_ != -1) {
+            ::close(descriptor_);
+        }
     }
-    return std::make_pair(status.st_dev, status.st_ino);
-}
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+
+    // True if the path leads to this very file at the moment.
+    bool isAt(const std::filesystem::path& path) const {
+        struct stat own {};
+        struct stat other {};
+        return ::fstat(descriptor_, &own) == 0 && ::stat(path.c_str(), &other) == 0 &&
+               own.st_dev == other.st_dev && own.st_ino == other.st_ino;
+    }
+
+    // False for what has no length, such as a device.
+    bool empty() { return ::ftruncate(descriptor_, 0) == 0; }
+
+    void write(const json::value& document) {
+        json::serializer serializer;
+        serializer.reset(&document);
+        std::array<char, 8192> buffer{};
+        for (bool good = true; good && !serializer.done();) {
+            const auto text = serializer.read(buffer.data(), buffer.size());
+            good = put({text.data(), text.size()});
+        }
+    }
+
+private:
+    bool put(std::string_view text) {
+        while (!text.empty()) {
+            const ssize_t count = ::write(descriptor_, text.data(), text.size());
+            if (count == -1 && errno != EINTR) {
+                return false;
+            }
+            text.remove_prefix(count == -1 ? 0 : static_cast<std::size_t>(count));
+        }
+        return true;
+    }
+
+    int descriptor_;
+};
 
 // Null if the file cannot be opened.
 json::value readDocument(const std::filesystem::path& path) {
@@ -65,20 +109,18 @@ json::value readDocument(const std::filesystem::path& path) {
 
 void Save(const std::filesystem::path& path, const Firmwares& firmwares) {
     // Closed after the lock; see readDocument().
-    std::ofstream stream(path);
-    const auto opened = fileAt(path);
+    OutputFile file(path);
     ipc::file_lock lock(path.c_str());
     ipc::scoped_lock<ipc::file_lock> guard(lock);
     // While this process waited for the lock, others may have written the file that it emptied
-    // when it opened the stream. Their text would outlive a shorter document, or this process if
-    // it is killed half way, and could complete what is written here to a valid mixture. Should
-    // the path be gone by now, so is everyone who could read the mixture; should it lead to another
-    // file, that one was neither opened nor locked here.
-    if (stream.is_open() && fileAt(path) == opened) {
-        std::error_code gone;
-        std::filesystem::resize_file(path, 0, gone);
+    // when it opened it. Their text would outlive a shorter document, or this process if it is
+    // killed half way, and could complete what is written here to a valid mixture. Should the path
+    // be gone by now, so is everyone who could read the mixture; should it lead to another file,
+    // the lock may be that one's.
+    if (file.isAt(path)) {
+        file.empty();
     }
-    stream << json::value_from(firmwares) << std::flush;
+    file.write(json::value_from(firmwares));
     guard.unlock();
 }
 

@@ -136,4 +136,14 @@ TEST_F(InstallerDeathTest, DirectoryWhoseStateCannotBeToldEndsTheProcess) {
         testing::KilledBySignal(SIGABRT), "filesystem_error");
 }
 
+TEST_F(InstallerDeathTest, ScriptWhosePermissionsCannotBeChangedEndsTheProcess) {
+    // A regular file that can be written and takes no other permissions, not even from root.
+    boost::system::error_code exists;
+    fs::create_symlink("/proc/self/comm", target / "Script.run", exists);
+    EXPECT_EXIT(install(
+                    target, PackageBuilder().script("Script.run", "exit 0\n"), [](unsigned int) {},
+                    noVerdict),
+                testing::KilledBySignal(SIGABRT), "filesystem_error.*\n.*Operation not permitted");
+}
+
 }  // namespace

@@ -149,6 +149,16 @@ TEST_F(InstallerTest, ReportsProgressOnceTheScriptHasRun) {
     EXPECT_EQ(mark, "ran\n");
 }
 
+TEST_F(InstallerTest, WritesButDoesNotRunFirmwareNamedLikeAScriptAndScriptsNamedOtherwise) {
+    const std::string mark = "touch " + (target / "mark").native() + "\n";
+    const auto report = install(
+        PackageBuilder().firmware("Script.run", mark).script("install.sh", mark).firmware("z", ""));
+    EXPECT_THAT(report.verdicts, ElementsAre(true));
+    EXPECT_THAT(target.files(), ElementsAre("Script.run", "install.sh", "z"));
+    EXPECT_EQ(installed("Script.run"), mark);
+    EXPECT_EQ(installed("install.sh"), mark);
+}
+
 TEST_F(InstallerTest, LogsSuccessAfterTheVerdict) {
     std::vector<LogRecord> before;
     {

@@ -27,9 +27,10 @@ TEST(MacAddress, ParsesTwelveDigitsOfEitherCaseLikeTheSeparatedForm) {
 }
 
 TEST(MacAddress, ReadsTwelveCharactersWithAColonAsTheSeparatedForm) {
-    EXPECT_FALSE(MacAddress::parse("00:1a:2b:3c:"));
-    EXPECT_FALSE(MacAddress::parse("001a2b3c4d:e"));
-    EXPECT_EQ(MacAddress::parse("0:1:2:3:4:05"), (MacAddress{{0, 1, 2, 3, 4, 5}}));
+    // As pairs, the first would be an address and the others would be none, or another one.
+    EXPECT_FALSE(MacAddress::parse("001a2b3c4d5:"));
+    EXPECT_EQ(MacAddress::parse("01:2:3:4:5:6"), (MacAddress{{1, 2, 3, 4, 5, 6}}));
+    EXPECT_EQ(MacAddress::parse("1:2: 3:4:5:6"), (MacAddress{{1, 2, 3, 4, 5, 6}}));
 }
 
 TEST(MacAddress, AcceptsOctetsOfOneDigitWhenSeparated) {
@@ -67,9 +68,13 @@ TEST(MacAddress, CountsAPairWhoseSecondCharacterIsNoDigit) {
     EXPECT_FALSE(MacAddress::parse("001a2b3c4dg5"));
 }
 
-TEST(MacAddress, ReadsASignBeforeABlankAsNoNumber) {
-    EXPECT_FALSE(MacAddress::parse("+ 0102030405"));
+TEST(MacAddress, CountsASignWithoutDigitsAsZeroUnlessTheTextEndsThere) {
+    EXPECT_EQ(MacAddress::parse("+ 0123456789"),
+              (MacAddress{{0x00, 0x01, 0x23, 0x45, 0x67, 0x89}}));
     EXPECT_EQ(MacAddress::parse("+x0102030405"), (MacAddress{{0, 1, 2, 3, 4, 5}}));
+    EXPECT_EQ(MacAddress::parse("1:2:3:4:+:6"), (MacAddress{{1, 2, 3, 4, 0, 6}}));
+    EXPECT_FALSE(MacAddress::parse(" +0102030405"));
+    EXPECT_FALSE(MacAddress::parse("1:2:3:4:5:+"));
 }
 
 TEST(MacAddress, FormatsInPairsWithColonsByDefault) {

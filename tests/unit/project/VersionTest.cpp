@@ -54,6 +54,12 @@ TEST(Version, RejectsWhatIsNoNumber) {
     EXPECT_FALSE(Version::parse("1,2,3,4"));
 }
 
+TEST(Version, CountsASignWithoutDigitsAsZeroUnlessTheTextEndsThere) {
+    EXPECT_EQ(Version::parse("1.2.3.+ "), (Version{1, 2, 3, 0}));
+    EXPECT_EQ(Version::parse("1.+.3.4"), (Version{1, 0, 3, 4}));
+    EXPECT_FALSE(Version::parse("1.2.3.+"));
+}
+
 TEST(Version, IsReadOutOfALongerBufferWithoutLookingBehindTheView) {
     const std::string_view buffer = "1.2.3.4567";
     EXPECT_EQ(Version::parse(buffer.substr(0, 7)), (Version{1, 2, 3, 4}));
@@ -73,6 +79,35 @@ TEST(Version, EqualsOnlyWhenAllFourNumbersDo) {
     EXPECT_TRUE(version != (Version{1, 2, 9, 4}));
     EXPECT_TRUE(version != (Version{1, 2, 3, 9}));
 }
+
+// Releases from the first to the last: no two are equal.
+constexpr Version releases[] = {{0, 0, 0, 0}, {0, 0, 0, 1},          {0, 0, 1, 0}, {0, 0, 9, 9},
+                                {0, 1, 0, 0}, {0, 9, 9, 9},          {1, 0, 0, 0}, {1, 2, 3, 4},
+                                {1, 2, 3, 5}, {1, 2, 4, 0},          {1, 3, 0, 0}, {1, 10, 0, 0},
+                                {2, 0, 0, 0}, {4294967295u, 0, 0, 0}};
+
+TEST(Version, ComparesByTheFirstNumberThatDiffers) {
+    for (const Version& a : releases) {
+        for (const Version& b : releases) {
+            SCOPED_TRACE(to_string(a) + " and " + to_string(b));
+            EXPECT_EQ(a == b, &a == &b);
+            EXPECT_EQ(a != b, &a != &b);
+            EXPECT_EQ(a < b, &a < &b);
+            EXPECT_EQ(a <= b, &a <= &b);
+            EXPECT_EQ(a > b, &a > &b);
+            EXPECT_EQ(a >= b, &a >= &b);
+        }
+    }
+}
+
+// Hosts can compare with a release that they know when they are compiled.
+static_assert(Version{1, 2, 3, 4} == Version{1, 2, 3, 4});
+static_assert(Version{1, 2, 3, 4} != Version{1, 2, 3, 5});
+static_assert(Version{1, 2, 3, 4} < Version{1, 3, 0, 0} &&
+              Version{1, 3, 0, 0} > Version{1, 2, 3, 4});
+static_assert(Version{1, 2, 3, 4} <= Version{1, 2, 3, 4} &&
+              Version{1, 2, 3, 4} >= Version{1, 2, 3, 4});
+static_assert(noexcept(Version{} < Version{}));
 
 }  // namespace
 }  // namespace Norv::Ombrel::Project

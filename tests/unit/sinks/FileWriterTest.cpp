@@ -81,6 +81,30 @@ TEST_F(FileWriterTest, AcceptsATargetThatEndsInASlash) {
     EXPECT_THAT(directory.files(), ElementsAre("data/fw/app"));
 }
 
+// The system takes two slashes for one: only the log shows how a path was joined.
+TEST_F(FileWriterTest, PutsASlashBetweenTargetAndInstallationPathOnlyIfThereIsNone) {
+    directory.write("file", "");
+    const auto parentOf = [this](const char* target, const char* installationPath) {
+        const LogCapture attempt;
+        EXPECT_FALSE(writeTo(directory / target, fileAt(installationPath)));
+        const std::string message = attempt.records().at(0).message;
+        const std::string before = "Failed to create directory " + directory.path().native() + "/";
+        EXPECT_EQ(message.substr(0, before.size()), before);
+        return message.substr(before.size(), message.find(" (") - before.size());
+    };
+    EXPECT_EQ(parentOf("file", "sub/app"), "file/sub");
+    EXPECT_EQ(parentOf("file/", "sub/app"), "file/sub");
+    EXPECT_EQ(parentOf("file", "/sub/app"), "file/sub");
+    EXPECT_EQ(parentOf("file/", "/sub/app"), "file//sub");
+}
+
+TEST_F(FileWriterTest, WritesFirmwareThatIsNamedLikeAScript) {
+    File file = fileAt("bin/Script.run");
+    file.kind = FileKind::Firmware;
+    EXPECT_TRUE(writeTo(directory.path(), file));
+    EXPECT_EQ(readFile(directory / "bin/Script.run"), "content");
+}
+
 TEST_F(FileWriterTest, PrefersTheRemotePath) {
     File file = fileAt("local");
     file.remoteFilePath = "remote";

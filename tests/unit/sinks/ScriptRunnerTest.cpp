@@ -214,6 +214,7 @@ TEST_F(ScriptRunnerTest, ThrowsWhenThePermissionCannotBeChanged) {
         FAIL() << "nothing was thrown";
     } catch (const fs::filesystem_error& error) {
         EXPECT_EQ(error.code(), boost::system::errc::operation_not_permitted);
+        EXPECT_EQ(error.path1(), directory / "Script.run");
     }
     EXPECT_THAT(log.records(), IsEmpty());
 }

@@ -2,8 +2,9 @@
 // text, with "{}" for decimal and "{:B16}" for hexadecimal ones. Everything else in a format but
 // blanks is matched literally.
 //
-// Reads what scnlib's integer reader reads: ASCII blanks and one "+" may stand before a number,
-// there is no "0x" prefix, and a "+" that anything but a blank or the end follows counts as 0.
+// Reads what scnlib's integer reader reads: ASCII blanks and one "+" may stand before a number, and
+// there is no "0x" prefix. A "+" without digits counts as 0 whenever something follows in the text,
+// be it a blank; only at the very end of the text is it an error.
 // Nothing here throws; distinct calls are independent.
 
 #pragma once
@@ -138,10 +139,7 @@ private:
             return fail(error::end_of_range);
         }
         const bool plus = skip_prefix(text_, "+");
-        if (text_.empty() || is_blank(text_.front())) {
-            return fail(error::invalid_scanned_value);
-        }
-        if (!plus && digit_value(text_.front()) >= base) {
+        if (text_.empty() || (!plus && digit_value(text_.front()) >= base)) {
             return fail(error::invalid_scanned_value);
         }
         T number = 0;
