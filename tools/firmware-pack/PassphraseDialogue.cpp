@@ -1,5 +1,4 @@
 #include "PassphraseDialogue.h"
-
 #include "Error.h"
 
 namespace Norv::Corvane::Pack {
