@@ -1,7 +1,4 @@
 #include "PassphraseDialogue.h"
-
-#include <cstring>
-
 #include "Error.h"
 
 namespace Norv::Corvane::Pack {
@@ -36,7 +33,7 @@ int PassphraseDialogue::answer(char* buffer, int size, int /*forWriting*/, void*
         return -1;
     }
     const std::string& text = self.answer_->text();
-    std::memcpy(buffer, text.data(), text.size());
+    text.copy(buffer, text.size());
     return static_cast<int>(text.size());
 }
 

@@ -149,7 +149,7 @@ TEST_F(PackWrongUse, OfPayload) {
     boost::filesystem::create_directory(folder / "dead");
     boost::filesystem::create_symlink("nothing", folder / "dead/link");
     ASSERT_EQ(run({"mkfifo", (folder / "pipe").string()}).status, 0);
-    ASSERT_EQ(run({"truncate", "-s", "4G", (folder / "huge").string()}).status, 0);
+    ASSERT_EQ(run({"truncate", "-s", "1T", (folder / "huge").string()}).status, 0);
     expect({
         {building({"--firmware", "absent", "a", "a"}),
          1,
