@@ -72,6 +72,6 @@ if(NOT TESSARY_LIBRARY)
 endif()
 
 # Sources to start from.
-install(DIRECTORY examples/minimal examples/firmware-index examples/firmware-host
+install(DIRECTORY examples/minimal examples/firmware-index examples/firmware-host examples/printable
     DESTINATION "${CMAKE_INSTALL_DATADIR}/corvane_common/examples" COMPONENT dev
     FILES_MATCHING PATTERN "*.cpp" PATTERN "*.h")

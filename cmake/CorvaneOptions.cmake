@@ -6,10 +6,14 @@ option(CORVANE_BUILD_TESTS "Build the test suite" ${PROJECT_IS_TOP_LEVEL})
 option(CORVANE_BUILD_BENCHMARKS "Build the benchmarks" OFF)
 option(CORVANE_BUILD_FUZZERS "Build the libFuzzer targets (needs clang)" OFF)
 option(CORVANE_WERROR "Stop at any warning of the compiler" OFF)
+option(CORVANE_TEST_PER_EXECUTABLE "Run the tests of an executable in one process" OFF)
 option(CORVANE_COVERAGE "Count executed lines and branches (gcc)" OFF)
 set(CORVANE_SANITIZE "" CACHE STRING "Sanitizers to build with, for example address,undefined")
 set(CORVANE_LIBTORRENT_INCLUDE_DIR "" CACHE PATH "Directory that holds libtorrent/span.hpp")
 set(TESSARY_LIBRARY "" CACHE FILEPATH "The device's libtessary.so; a stand-in is built when empty")
+
+# A path in what is linked would make the same sources, built elsewhere, another library.
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 
 add_library(corvane_build_options INTERFACE)
 target_compile_features(corvane_build_options INTERFACE cxx_std_17)
@@ -28,14 +32,17 @@ if(CORVANE_SANITIZE)
     target_link_options(corvane_build_options INTERFACE "-fsanitize=${CORVANE_SANITIZE}")
 endif()
 
-# What goes into the shared library, on top: unused sections dropped at link time, and the usual
-# hardening.
+# The usual hardening, on top, for everything that is installed.
+add_library(corvane_installed_options INTERFACE)
+target_link_libraries(corvane_installed_options INTERFACE corvane_build_options)
+target_compile_options(corvane_installed_options INTERFACE -fstack-protector-strong)
+target_link_options(corvane_installed_options INTERFACE -Wl,-z,relro -Wl,-z,now)
+
+# What goes into the shared library, on top of that: unused sections dropped at link time.
 add_library(corvane_library_options INTERFACE)
-target_link_libraries(corvane_library_options INTERFACE corvane_build_options)
-target_compile_options(corvane_library_options INTERFACE
-    -ffunction-sections -fdata-sections -fstack-protector-strong)
-target_link_options(corvane_library_options INTERFACE
-    -Wl,--gc-sections -Wl,-z,relro -Wl,-z,now)
+target_link_libraries(corvane_library_options INTERFACE corvane_installed_options)
+target_compile_options(corvane_library_options INTERFACE -ffunction-sections -fdata-sections)
+target_link_options(corvane_library_options INTERFACE -Wl,--gc-sections)
 if(CORVANE_COVERAGE)
     target_compile_options(corvane_build_options INTERFACE --coverage -fprofile-update=atomic)
     target_link_options(corvane_build_options INTERFACE --coverage)

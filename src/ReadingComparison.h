@@ -20,7 +20,7 @@ namespace Norv::Corvane::Common {
 class ReadingComparison {
 public:
     // The manifest, and how many of the root's children stand before its signature element: what is
-    // compared is without that element. The text has to outlive the object.
+    // compared is without that element.
     ReadingComparison(boost::string_view manifest, std::size_t elementsBeforeSignature);
 
     // Whether the same is read of these bytes. Changes them. False, too, for no bytes at all and if

@@ -59,7 +59,7 @@ public:
         : size_(static_cast<double>(text.size())), rest_(text), prefixes_(prefixes) {}
 
     WorkBudget::Work run() {
-        while (!tooDeep_ && skipPast("<")) {
+        while (!refused_ && skipPast("<")) {
             if (accept("!--")) {
                 skipPast("-->");
                 addLeaf();
@@ -100,7 +100,7 @@ private:
 
     void addStartTag() {
         if (depth_ == deepest) {
-            tooDeep_ = true;
+            refused_ = true;
             return;
         }
         Scope scope = depth_ == 0 ? Scope{0, prefixes_} : open_[depth_ - 1];
@@ -147,12 +147,17 @@ private:
         // Two texts may stand beside a tag.
         deepSteps_ += stepsPerAncestor * (slots + 2) * depth;
         slots_ += slots;
-        nodes_ += 2 + 2 * attributes;
+        addNodes(2 + 2 * attributes);
     }
 
     void addLeaf() {
         deepSteps_ += stepsPerAncestor * 2 * (static_cast<double>(depth_) + 1);
-        nodes_ += 2;
+        addNodes(2);
+    }
+
+    void addNodes(double count) {
+        nodes_ += count;
+        refused_ = refused_ || nodes_ * bytesPerNode > mostMemory;
     }
 
     void leaveElement() { depth_ -= depth_ == 0 ? 0 : 1; }
@@ -164,7 +169,7 @@ private:
         const double repeated = slots_ * longest_;
         const double steps = searches * (1 + longest_ / 64) + repeated / 4 +
                              size_ * stepsPerPassedByte + slots_ * stepsPerPassedSlot;
-        return {tooDeep_ ? std::numeric_limits<double>::infinity() : steps,
+        return {refused_ ? std::numeric_limits<double>::infinity() : steps,
                 nodes_ * bytesPerNode + repeated, size_ * longestEscape + repeated};
     }
 
@@ -174,7 +179,8 @@ private:
     // Of the elements that are open.
     std::array<Scope, deepest> open_;
     std::size_t depth_ = 0;
-    bool tooDeep_ = false;
+    // Nothing that follows can make up for what was found.
+    bool refused_ = false;
     double flatSteps_ = 0;
     double deepSteps_ = 0;
     double slots_ = 0;

@@ -2,15 +2,27 @@
 
 #pragma once
 
+#include <optional>
 #include <stdexcept>
 #include <string>
 
+#include "Device.h"
+
 struct Arguments {
-    bool help = false;
+    enum class Action { Install, Verify, DryRun, ShowHelp, ShowVersion };
+
+    Action action = Action::Install;
     bool verbose = false;
-    bool checkFirst = false;
+    bool json = false;
+    bool checkPayload = true;
+    bool allowDowngrade = false;
+    std::optional<std::string> deviceFile;
+    // As far as the options say; nothing when `deviceFile` does.
+    Device device;
+    std::optional<std::string> scriptLog;
     std::string certificate;
     std::string package;
+    // Empty with `Verify` only.
     std::string target;
 };
 
@@ -20,7 +32,5 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-// Throws `UsageError`. With "--help" nothing else is required.
+// Throws `UsageError`. With "--help" and "--version" nothing else is required.
 Arguments parseArguments(int argc, const char* const* argv);
-
-extern const char usage[];

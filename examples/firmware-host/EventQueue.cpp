@@ -1,46 +1,42 @@
 #include "EventQueue.h"
 
-#include <fcntl.h>
-#include <poll.h>
+#include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <system_error>
+#include <utility>
 
-EventQueue::EventQueue() {
-    int ends[2];
-    // Not inherited by scripts: they could keep the pipe open.
-    if (::pipe2(ends, O_CLOEXEC) != 0 || ::fcntl(ends[1], F_SETFL, O_NONBLOCK) != 0) {
-        throw std::system_error(errno, std::generic_category(), "pipe");
+EventQueue::EventQueue() : descriptor_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+    if (descriptor_ < 0) {
+        throw std::system_error(errno, std::generic_category(), "eventfd");
     }
-    readEnd_ = ends[0];
-    writeEnd_ = ends[1];
 }
 
 EventQueue::~EventQueue() {
-    ::close(readEnd_);
-    ::close(writeEnd_);
+    ::close(descriptor_);
 }
 
-void EventQueue::post(const Event& event) const noexcept {
-    while (::write(writeEnd_, &event, sizeof event) != static_cast<ssize_t>(sizeof event)) {
-        pollfd writable = {writeEnd_, POLLOUT, 0};
-        ::poll(&writable, 1, -1);
+void EventQueue::post(Event event) {
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        events_.push_back(std::move(event));
+    }
+    const std::uint64_t one = 1;
+    while (::write(descriptor_, &one, sizeof one) < 0 && errno == EINTR) {
     }
 }
 
-void EventQueue::tryPost(const Event& event) const noexcept {
-    const int error = errno;
-    static_cast<void>(::write(writeEnd_, &event, sizeof event) < 0);
-    errno = error;
-}
-
-Event EventQueue::wait() const {
-    Event event{};
-    while (::read(readEnd_, &event, sizeof event) != static_cast<ssize_t>(sizeof event)) {
-        if (errno != EINTR) {
-            throw std::system_error(errno, std::generic_category(), "read");
-        }
+std::optional<Event> EventQueue::take() {
+    std::uint64_t posted = 0;
+    // Before the look at the events: one that is posted after it makes the descriptor readable.
+    static_cast<void>(::read(descriptor_, &posted, sizeof posted) < 0);
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (events_.empty()) {
+        return std::nullopt;
     }
+    Event event = std::move(events_.front());
+    events_.pop_front();
     return event;
 }

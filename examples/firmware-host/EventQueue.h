@@ -1,16 +1,26 @@
 // What happens during an installation, on its way to the main thread.
 //
-// The installer calls back on its worker thread, and signals arrive anywhere. Both only post an
-// event; the main thread waits for events and does everything else, so nothing needs a lock.
+// The installer calls back and logs on its worker thread, and starts scripts from there. All of
+// that only posts an event; the main thread waits for events and does everything else.
 
 #pragma once
 
+#include <deque>
+#include <mutex>
+#include <optional>
+#include <string>
+
 struct Event {
-    enum class Kind { Progress, Finished, CancelRequested };
+    enum class Kind { Progress, Log, ScriptStarted, Finished, Terminated };
 
     Kind kind;
-    // Percent for `Progress`; 1 for success and 0 for failure for `Finished`.
-    unsigned int value;
+    // Percent for `Progress`; 1 for success and 0 for failure for `Finished`; for `ScriptStarted`
+    // the descriptor that its output is read from, which passes to whoever takes the event.
+    int value;
+    // The text of a log record; why the process has to end for `Terminated`.
+    std::string text;
+    // Of a log record.
+    std::string level;
 };
 
 class EventQueue {
@@ -21,20 +31,17 @@ public:
     EventQueue(const EventQueue&) = delete;
     EventQueue& operator=(const EventQueue&) = delete;
 
-    // Adds an event, from any thread. Waits in the unlikely case that thousands are pending.
-    void post(const Event& event) const noexcept;
+    // Adds an event, from any thread.
+    void post(Event event);
 
-    // As above, but drops the event instead of waiting. Safe in a signal handler.
-    void tryPost(const Event& event) const noexcept;
+    // Removes the oldest event, if there is one. On the main thread.
+    std::optional<Event> take();
 
-    // Removes the oldest event; waits for one if there is none. Throws `std::system_error`.
-    Event wait() const;
-
-    // Readable when there is an event to wait for. The queue keeps ownership.
-    int descriptor() const noexcept { return readEnd_; }
+    // Readable when there may be an event. The queue keeps ownership.
+    int descriptor() const noexcept { return descriptor_; }
 
 private:
-    // The ends of a pipe; events are far shorter than what a pipe writes in one piece.
-    int readEnd_ = -1;
-    int writeEnd_ = -1;
+    int descriptor_;
+    std::mutex mutex_;
+    std::deque<Event> events_;
 };

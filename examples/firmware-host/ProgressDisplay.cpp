@@ -1,34 +1,8 @@
 #include "ProgressDisplay.h"
 
-#include <sys/ioctl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <cstdio>
-
-namespace {
-
-// Back to the first column, and erase what is there.
-constexpr char eraseLine[] = "\r\x1b[K";
-
-std::size_t terminalWidth() {
-    winsize size{};
-    const bool known = ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    return known ? size.ws_col : 80;
-}
-
-// As wide as the terminal leaves room for beside a text, within reason.
-std::string bar(unsigned int percent, std::size_t textWidth) {
-    // Two brackets, a blank, and the last column, where some terminals wrap.
-    const std::size_t taken = textWidth + 4;
-    const std::size_t terminal = terminalWidth();
-    const std::size_t width = std::clamp<std::size_t>(terminal - std::min(terminal, taken), 10, 50);
-    const std::size_t done = width * percent / 100;
-    return '[' + std::string(done, '#') + std::string(width - done, '-') + ']';
-}
-
-}  // namespace
 
 std::string formatBytes(std::uint64_t bytes) {
     constexpr std::array<const char*, 4> units = {"B", "KiB", "MiB", "GiB"};
@@ -42,31 +16,59 @@ std::string formatBytes(std::uint64_t bytes) {
     return text.data();
 }
 
-ProgressDisplay::ProgressDisplay(std::uint64_t totalBytes)
-    : totalBytes_(totalBytes), terminal_(::isatty(STDOUT_FILENO) == 1) {}
+std::uint64_t shareOf(std::uint64_t bytes, unsigned int percent) {
+    // In this order, the product fits 64 bits.
+    return bytes / 100 * percent + bytes % 100 * percent / 100;
+}
+
+ProgressDisplay::ProgressDisplay(const Console& console, std::uint64_t totalBytes)
+    : console_(console), totalBytes_(totalBytes) {}
 
 void ProgressDisplay::show(unsigned int percent) {
-    const unsigned int shown = std::min(percent, 100U);
-    if (terminal_) {
-        // The text is longest at the end; the bar keeps its width.
-        std::printf("%s%s %s", eraseLine, bar(shown, text(100).size()).c_str(),
-                    text(shown).c_str());
+    shown_ = std::min(percent, 100U);
+    if (console_.outIsTerminal()) {
+        redraw();
     } else {
-        std::printf("%s\n", text(shown).c_str());
+        console_.out(text(*shown_) + '\n');
     }
-    std::fflush(stdout);
+}
+
+void ProgressDisplay::complete() {
+    if (shown_ != 100U) {
+        show(100);
+    }
+}
+
+void ProgressDisplay::redraw() const {
+    if (console_.outIsTerminal() && shown_) {
+        console_.out(eraseLine + line(*shown_));
+    }
+}
+
+void ProgressDisplay::clear() const {
+    if (console_.outIsTerminal() && shown_) {
+        console_.out(eraseLine);
+    }
 }
 
 std::string ProgressDisplay::text(unsigned int percent) const {
-    // In this order, the product fits 64 bits.
-    const std::uint64_t bytes = totalBytes_ / 100 * percent + totalBytes_ % 100 * percent / 100;
-    return std::to_string(percent) + " %, " + formatBytes(bytes) + " of " +
+    return std::to_string(percent) + " %, " + formatBytes(shareOf(totalBytes_, percent)) + " of " +
            formatBytes(totalBytes_);
 }
 
-void ProgressDisplay::clear() {
-    if (terminal_) {
-        std::fputs(eraseLine, stdout);
-        std::fflush(stdout);
+// Leaves the last column free, where some terminals wrap. On a narrow one the bar goes first, then
+// the bytes.
+std::string ProgressDisplay::line(unsigned int percent) const {
+    constexpr std::size_t shortestBar = 10;
+    constexpr std::size_t longestBar = 50;
+    const std::size_t room = console_.columns() - 1;
+    const std::string words = text(percent);
+    // The text is longest at the end, but for a change of units: the line keeps its form.
+    const std::size_t taken = std::max(words.size(), text(100).size());
+    if (room >= taken + 3 + shortestBar) {
+        const std::size_t width = std::min(room - taken - 3, longestBar);
+        const std::size_t done = width * percent / 100;
+        return '[' + std::string(done, '#') + std::string(width - done, '-') + "] " + words;
     }
+    return taken <= room ? words : (std::to_string(percent) + " %").substr(0, room);
 }

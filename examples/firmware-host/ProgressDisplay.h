@@ -3,26 +3,44 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
+
+#include "Console.h"
 
 // A bar that is drawn over itself on a terminal, lines of their own anywhere else.
 class ProgressDisplay {
 public:
-    // `totalBytes` is what 100 percent stands for.
-    explicit ProgressDisplay(std::uint64_t totalBytes);
+    // `totalBytes` is what 100 percent stands for. The console must outlive the display.
+    ProgressDisplay(const Console& console, std::uint64_t totalBytes);
 
     // More than 100 percent counts as 100.
     void show(unsigned int percent);
 
-    // Takes the bar away, so that other text can be printed. Nothing to do without a terminal.
-    void clear();
+    // Shows 100 percent unless that was the last to be shown. The installer counts in KiB, and has
+    // no more than the 0 percent for a package that is shorter.
+    void complete();
+
+    // Draws the bar again, as wide as the terminal is by now, if there is one.
+    void redraw() const;
+
+    // Takes the bar away until `redraw` or `show`, so that other text can be printed.
+    void clear() const;
 
 private:
     std::string text(unsigned int percent) const;
+    std::string line(unsigned int percent) const;
 
+    const Console& console_;
     std::uint64_t totalBytes_;
-    bool terminal_;
+    std::optional<unsigned int> shown_;
 };
 
 // For example "512 B", "1.5 KiB", "7.9 MiB".
 std::string formatBytes(std::uint64_t bytes);
+
+// That many percent of the bytes.
+std::uint64_t shareOf(std::uint64_t bytes, unsigned int percent);
+
+// Back to the first column of a terminal, and erase what is there.
+constexpr char eraseLine[] = "\r\x1b[K";

@@ -1,27 +1,33 @@
 #include "Signals.h"
 
-#include <poll.h>
+#include <fcntl.h>
 #include <pthread.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
-#include <initializer_list>
-#include <iterator>
 #include <system_error>
 
 namespace {
 
-constexpr int handled[] = {SIGINT, SIGHUP, SIGTERM};
+constexpr std::array<int, 4> signals = {SIGINT, SIGHUP, SIGTERM, SIGWINCH};
 
-std::atomic<const EventQueue*> cancelQueue{nullptr};
-static_assert(std::atomic<const EventQueue*>::is_always_lock_free, "read in a signal handler");
+// Where the handler writes to; below 0 when nobody reads.
+std::atomic<int> handlersEnd{-1};
+static_assert(std::atomic<int>::is_always_lock_free, "read in a signal handler");
 
-void requestCancellation(int /*signal*/) {
-    if (const EventQueue* const queue = cancelQueue.load()) {
-        queue->tryPost({Event::Kind::CancelRequested, 0});
-    }
+void note(int signal) {
+    const int error = errno;
+    const auto byte = static_cast<unsigned char>(signal);
+    static_cast<void>(::write(handlersEnd.load(), &byte, 1) < 0);
+    errno = error;
+}
+
+bool isIgnored(int signal) {
+    struct sigaction current {};
+    ::sigaction(signal, nullptr, &current);
+    return current.sa_handler == SIG_IGN;
 }
 
 [[noreturn]] void fail(const char* call) {
@@ -38,59 +44,73 @@ void surviveBrokenPipes() {
     ::sigaction(SIGPIPE, &action, nullptr);
 }
 
-CancelSignals::CancelSignals(const EventQueue& queue) : queue_(queue) {
+Signals::Signals() {
     sigset_t blocked;
     ::sigemptyset(&blocked);
     for (const int signal : {SIGINT, SIGHUP}) {
-        struct sigaction current {};
-        ::sigaction(signal, nullptr, &current);
-        if (current.sa_handler != SIG_IGN) {
+        if (!isIgnored(signal)) {
             ::sigaddset(&blocked, signal);
         }
     }
-    descriptor_ = ::signalfd(-1, &blocked, SFD_CLOEXEC | SFD_NONBLOCK);
-    if (descriptor_ < 0) {
+    int ends[2];
+    // Not inherited by scripts: they could keep the pipe open.
+    if (::pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) {
+        fail("pipe");
+    }
+    readEnd_ = ends[0];
+    writeEnd_ = ends[1];
+    blocked_ = ::signalfd(-1, &blocked, SFD_CLOEXEC | SFD_NONBLOCK);
+    if (blocked_ < 0) {
+        const int error = errno;
+        ::close(readEnd_);
+        ::close(writeEnd_);
+        errno = error;
         fail("signalfd");
     }
     // First blocked, then ignored: in between nothing gets lost.
     ::pthread_sigmask(SIG_BLOCK, &blocked, &previousMask_);
-    cancelQueue = &queue;
-    for (std::size_t i = 0; i < std::size(handled); ++i) {
-        ::sigaction(handled[i], nullptr, &previous_[i]);
+    handlersEnd = writeEnd_;
+    for (std::size_t i = 0; i < signals.size(); ++i) {
+        ::sigaction(signals[i], nullptr, &previous_[i]);
         if (previous_[i].sa_handler != SIG_IGN) {
             struct sigaction action {};
-            action.sa_handler = handled[i] == SIGTERM ? requestCancellation : SIG_IGN;
+            const bool isBlocked = ::sigismember(&blocked, signals[i]) == 1;
+            action.sa_handler = isBlocked ? SIG_IGN : note;
             action.sa_flags = SA_RESTART;
-            ::sigaction(handled[i], &action, nullptr);
+            ::sigaction(signals[i], &action, nullptr);
         }
     }
 }
 
-CancelSignals::~CancelSignals() {
+Signals::~Signals() {
     // A request that came too late has served its purpose.
     ::pthread_sigmask(SIG_SETMASK, &previousMask_, nullptr);
-    for (std::size_t i = 0; i < std::size(handled); ++i) {
-        ::sigaction(handled[i], &previous_[i], nullptr);
+    for (std::size_t i = 0; i < signals.size(); ++i) {
+        ::sigaction(signals[i], &previous_[i], nullptr);
     }
-    cancelQueue = nullptr;
-    ::close(descriptor_);
+    handlersEnd = -1;
+    ::close(blocked_);
+    ::close(readEnd_);
+    ::close(writeEnd_);
 }
 
-Event CancelSignals::waitForEvent() const {
-    for (;;) {
-        pollfd sources[] = {{queue_.descriptor(), POLLIN, 0}, {descriptor_, POLLIN, 0}};
-        if (::poll(sources, std::size(sources), -1) < 0) {
-            if (errno != EINTR) {
-                fail("poll");
-            }
-            continue;
-        }
-        signalfd_siginfo signal{};
-        if (sources[1].revents != 0 && ::read(descriptor_, &signal, sizeof signal) > 0) {
-            return {Event::Kind::CancelRequested, 0};
-        }
-        if (sources[0].revents != 0) {
-            return queue_.wait();
+Signals::Requests Signals::take() const {
+    Requests requests;
+    signalfd_siginfo signal{};
+    while (::read(blocked_, &signal, sizeof signal) > 0) {
+        ++requests.cancellations;
+    }
+    unsigned char noted = 0;
+    while (::read(readEnd_, &noted, 1) > 0) {
+        if (noted == SIGWINCH) {
+            requests.resized = true;
+        } else {
+            ++requests.cancellations;
         }
     }
+    return requests;
+}
+
+std::array<pollfd, 2> Signals::descriptors() const noexcept {
+    return {{{blocked_, POLLIN, 0}, {readEnd_, POLLIN, 0}}};
 }

@@ -2,82 +2,37 @@
 
 #include <Norv/Corvane/Common/FirmwareDescriptionValidator.h>
 #include <Norv/Corvane/Common/FirmwareZipValidator.h>
-#include <Norv/Corvane/Common/Installer.h>
 #include <Norv/Corvane/Common/ScriptRunner.h>
-#include <fcntl.h>
-#include <spdlog/sinks/stdout_sinks.h>
-#include <spdlog/spdlog.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <boost/filesystem/operations.hpp>
 #include <cerrno>
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <exception>
-#include <stdexcept>
 #include <string>
 #include <system_error>
 
 #include "Arguments.h"
+#include "Console.h"
+#include "Device.h"
 #include "EventQueue.h"
-#include "ProgressDisplay.h"
+#include "Failure.h"
+#include "Help.h"
+#include "HostError.h"
+#include "Installation.h"
+#include "Medium.h"
+#include "Payload.h"
+#include "Printable.h"
+#include "Report.h"
+#include "ScriptLog.h"
 #include "Signals.h"
+#include "Startup.h"
 
 namespace {
 
 using namespace Norv::Corvane::Common;
-
-enum ExitStatus { Installed = 0, NotInstalled = 1, WrongUsage = 2, Cancelled = 3 };
-
-// A reason not to install, for the user.
-class HostError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
-
-// Gives the streams that the caller closed somewhere to go to. The pipe of the events could take
-// the place of standard error otherwise, and scripts would fail to write.
-void openStandardStreams() {
-    int descriptor = -1;
-    do {
-        descriptor = ::open("/dev/null", O_RDWR);
-    } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
-    if (descriptor >= 0) {
-        ::close(descriptor);
-    }
-}
-
-void complain(const std::string& text) {
-    // In one piece, and off the line that the progress bar may stand on.
-    const char* const start = ::isatty(STDERR_FILENO) == 1 ? "\r\x1b[K" : "";
-    std::fprintf(stderr, "%sfirmware-host: %s\n", start, text.c_str());
-}
-
-// Pattern and level of the log are the host's choice; the library only writes to the default
-// logger.
-void configureLog(bool verbose) {
-    auto logger = spdlog::stderr_logger_mt("firmware-host");
-    logger->set_pattern(::isatty(STDERR_FILENO) == 1 ? "\r\x1b[K%n: %l: %v" : "%n: %l: %v");
-    logger->set_level(verbose ? spdlog::level::debug : spdlog::level::warn);
-    spdlog::set_default_logger(std::move(logger));
-}
-
-// What the library cannot express as a verdict ends the process: a package that lists a file but
-// does not hold it, for example.
-[[noreturn]] void reportTermination() noexcept {
-    std::string reason = "unknown reason";
-    try {
-        if (const std::exception_ptr error = std::current_exception()) {
-            std::rethrow_exception(error);
-        }
-    } catch (const std::exception& error) {
-        reason = error.what();
-    } catch (...) {
-    }
-    complain("installation failed: " + reason);
-    std::abort();
-}
+using Action = Arguments::Action;
 
 // The XML libraries, up for as long as this lives.
 class XmlLibraries {
@@ -92,11 +47,29 @@ public:
     XmlLibraries& operator=(const XmlLibraries&) = delete;
 };
 
+// The validator does not say why it could not read a file.
+void requireReadable(const std::string& path) {
+    struct stat status {};
+    int error = ::access(path.c_str(), R_OK) == 0 ? 0 : errno;
+    if (error == 0 && ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
+        error = EISDIR;
+    }
+    if (error != 0) {
+        throw HostError("cannot trust " + path + ": " + std::generic_category().message(error));
+    }
+}
+
+void trust(FirmwareDescriptionValidator& validator, const std::string& certificate) {
+    requireReadable(certificate);
+    const NoTrustStore noTrustStore;
+    if (const std::error_code error = validator.Open(certificate)) {
+        throw HostError("cannot trust " + certificate + ": " + error.message());
+    }
+}
+
 ValidatedFirmwareZip validate(const Arguments& arguments) {
     FirmwareDescriptionValidator validator;
-    if (const std::error_code error = validator.Open(arguments.certificate)) {
-        throw HostError("cannot trust " + arguments.certificate + ": " + error.message());
-    }
+    trust(validator, arguments.certificate);
     boost::optional<ValidatedFirmwareZip> firmware =
         FirmwareZipValidator(validator).ValidateFirmwareZipFile(arguments.package);
     if (!firmware) {
@@ -127,124 +100,111 @@ void checkTarget(const std::string& target, const FirmwareDescription& descripti
     }
 }
 
-void checkPayload(const ValidatedFirmwareZip& firmware) {
+void dryRun(const ValidatedFirmwareZip& firmware, const std::string& target, Report& report) {
+    std::array<std::size_t, 3> counts{};
     for (const FirmwareDescription::File& file : firmware.description.files) {
-        bool matches = false;
-        try {
-            matches = firmware.package.validate(file);
-        } catch (const std::runtime_error& error) {
-            throw HostError("cannot read " + file.localFilePath + ": " + error.what());
-        }
-        if (!matches) {
-            throw HostError(file.localFilePath + " is damaged");
-        }
+        const FileState state = compareFile(firmware, file, target);
+        ++counts[static_cast<std::size_t>(state)];
+        report.file(installationPath(file), state);
     }
+    report.verdict(Outcome::Success, false,
+                   "nothing installed in " + target + ": " + std::to_string(counts[0]) + " new, " +
+                       std::to_string(counts[1]) + " same, " + std::to_string(counts[2]) +
+                       " changed");
 }
 
-// `totalLength` wraps at 4 GiB; this does not.
-std::uint64_t payloadBytes(const FirmwareDescription& description) {
-    std::uint64_t total = 0;
-    for (const FirmwareDescription::File& file : description.files) {
-        total += file.length;
-    }
-    return total;
-}
-
-std::string payloadSummary(const FirmwareDescription& description) {
-    const std::size_t count = description.files.size();
-    return std::to_string(count) + (count == 1 ? " file, " : " files, ") +
-           formatBytes(payloadBytes(description));
-}
-
-std::string summary(const FirmwareDescription& description) {
-    const std::string model(to_string(description.deviceType.type));
-    return (model.empty() ? "unknown device" : model) + ", version " +
-           to_string(description.version) + ", " + payloadSummary(description);
-}
-
-ExitStatus waitForVerdict(const CancelSignals& signals, IInstaller& installer,
-                          ProgressDisplay& progress) {
-    bool cancelled = false;
-    for (;;) {
-        const Event event = signals.waitForEvent();
-        switch (event.kind) {
-            case Event::Kind::Progress:
-                progress.show(event.value);
-                break;
-            case Event::Kind::CancelRequested:
-                cancelled = true;
-                installer.Cancel();
-                complain("cancellation requested, the file under way is finished first");
-                break;
-            case Event::Kind::Finished:
-                progress.clear();
-                return event.value != 0 ? Installed : cancelled ? Cancelled : NotInstalled;
-        }
-    }
-}
-
-ExitStatus install(ValidatedFirmwareZip firmware, const std::string& target) {
-    ProgressDisplay progress(payloadBytes(firmware.description));
-    const EventQueue events;
-    const CancelSignals signals(events);
-    // Destroyed first: its worker posts events.
-    Installer installer(target);
-    progress.show(0);
-    installer.Install(
-        std::move(firmware),
-        [&events](unsigned int percent) {
-            events.post({Event::Kind::Progress, percent});
-        },
-        [&events](bool success) {
-            events.post({Event::Kind::Finished, success ? 1U : 0U});
-        });
-    return waitForVerdict(signals, installer, progress);
-}
-
-ExitStatus runHost(const Arguments& arguments) {
-    surviveBrokenPipes();
-    configureLog(arguments.verbose);
-    const XmlLibraries xmlLibraries;
-    ValidatedFirmwareZip firmware = validate(arguments);
-    // A device would compare model, version and hardware revision with its own here.
-    std::printf("%s: %s\n", arguments.package.c_str(), summary(firmware.description).c_str());
-    checkTarget(arguments.target, firmware.description);
-    if (arguments.checkFirst) {
-        checkPayload(firmware);
-    }
-    const std::string installed =
-        "installed " + payloadSummary(firmware.description) + " in " + arguments.target;
-    const ExitStatus status = install(std::move(firmware), arguments.target);
-    switch (status) {
-        case Installed:
-            std::printf("%s\n", installed.c_str());
+Outcome installAndFlush(const Arguments& arguments, ValidatedFirmwareZip firmware,
+                        const Console& console, EventQueue& events, Report& report) {
+    ScriptLog log(arguments.scriptLog, report);
+    const FirmwareDescription description = firmware.description;
+    const Outcome outcome = install(
+        std::move(firmware), arguments.target, console, events, report,
+        [&log](const std::string& script, const std::string& line) { log.write(script, line); });
+    switch (outcome) {
+        case Outcome::Success:
+            flushToMedium(arguments.target, description);
+            report.verdict(outcome, true,
+                           "installed " + payloadSummary(description) + " in " + arguments.target);
             break;
-        case Cancelled:
-            complain("installation cancelled; what was installed before stays");
+        case Outcome::Cancelled:
+            // What was under way may have failed by itself, or have been the last.
+            report.verdict(outcome, true,
+                           "installation ended after a request for cancellation; what was "
+                           "installed by then stays");
             break;
         default:
-            complain("installation failed; what was installed before stays");
+            report.verdict(outcome, true, "installation failed; what was installed before stays");
     }
-    return status;
+    return outcome;
+}
+
+// Sets `begun` once something may have been written.
+Outcome runHost(const Arguments& arguments, const Console& console, EventQueue& events,
+                Report& report, bool& begun) {
+    const Device device =
+        arguments.deviceFile ? readDevice(*arguments.deviceFile) : arguments.device;
+    const XmlLibraries xmlLibraries;
+    ValidatedFirmwareZip firmware = validate(arguments);
+    report.start(arguments, firmware.description);
+    requireMeantFor(device, arguments.allowDowngrade, arguments.package, firmware.description);
+    if (!arguments.target.empty()) {
+        checkTarget(arguments.target, firmware.description);
+    }
+    if (arguments.checkPayload) {
+        checkPayload(firmware);
+    }
+    if (arguments.action == Action::Verify) {
+        report.verdict(Outcome::Success, false,
+                       arguments.package + " is valid: " + payloadSummary(firmware.description));
+        return Outcome::Success;
+    }
+    if (arguments.action == Action::DryRun) {
+        dryRun(firmware, arguments.target, report);
+        return Outcome::Success;
+    }
+    begun = true;
+    return installAndFlush(arguments, std::move(firmware), console, events, report);
+}
+
+int report(const Arguments& arguments, const Console& console) {
+    const std::unique_ptr<Report> report =
+        arguments.json ? makeJsonReport(console) : makeTextReport(console);
+    EventQueue events;
+    explainTermination(events);
+    configureLog(arguments.verbose, *report, events);
+    bool begun = false;
+    try {
+        return static_cast<int>(runHost(arguments, console, events, *report, begun));
+    } catch (const std::exception& error) {
+        report->verdict(Outcome::NotInstalled, begun, error.what());
+        return static_cast<int>(Outcome::NotInstalled);
+    }
 }
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     openStandardStreams();
-    std::set_terminate(reportTermination);
+    surviveBrokenPipes();
+    readTimeZoneOnce();
+    const Console console;
     try {
         const Arguments arguments = parseArguments(argc, argv);
-        if (arguments.help) {
-            std::fputs(usage, stdout);
-            return Installed;
+        if (arguments.action == Action::ShowHelp) {
+            console.out(helpText());
+            return 0;
         }
-        return runHost(arguments);
+        if (arguments.action == Action::ShowVersion) {
+            console.out("firmware-host " FIRMWARE_HOST_VERSION "\n");
+            return 0;
+        }
+        return report(arguments, console);
     } catch (const UsageError& error) {
-        complain(std::string(error.what()) + "\nTry firmware-host --help.");
-        return WrongUsage;
-    } catch (const std::exception& error) {
-        complain(error.what());
-        return NotInstalled;
+        console.error("firmware-host: " + printable(error.what()) +
+                      "\nTry firmware-host --help.\n");
+        return static_cast<int>(Outcome::WrongUsage);
     }
+} catch (const std::exception& error) {
+    writeAll(STDERR_FILENO, std::string("firmware-host: ") + error.what() + '\n');
+    return static_cast<int>(Outcome::NotInstalled);
 }

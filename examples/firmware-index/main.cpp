@@ -8,6 +8,8 @@
 #include <exception>
 #include <utility>
 
+#include "Printable.h"
+
 using namespace Norv::Corvane::Common;
 using Norv::Ombrel::Project::DeviceType;
 
@@ -29,11 +31,12 @@ int main(int argc, char** argv) try {
     FirmwareIndex::Save(argv[1], index);
 
     for (const auto& firmware : index.firmwares) {
-        fmt::print("{} is version {} for {}\n", firmware.filename, to_string(firmware.version),
-                   to_string(firmware.type.type));
+        // The file may have been written by somebody else.
+        fmt::print("{} is version {} for {}\n", printable(firmware.filename),
+                   to_string(firmware.version), to_string(firmware.type.type));
     }
     return 0;
 } catch (const std::exception& error) {  // no permission, or no complete document: try again later
-    fmt::print(stderr, "{}\n", error.what());
+    fmt::print(stderr, "{}\n", printable(error.what()));
     return 1;
 }

@@ -1,33 +1,84 @@
-// The shortest host there is: validate a package, install it, say how it went.
+// The shortest host there is: is the package genuine, for this device, no older and sound? Then
+// install it, get it onto the medium, and say how it went.
 
 #include <Norv/Corvane/Common/FirmwareDescriptionValidator.h>
 #include <Norv/Corvane/Common/FirmwareZipValidator.h>
 #include <Norv/Corvane/Common/Installer.h>
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <cstdio>
+#include <exception>
 #include <future>
+#include <tuple>
 
 using namespace Norv::Corvane::Common;
+using Norv::Ombrel::Project::DeviceType;
+using Norv::Ombrel::Project::Version;
 
-int main(int argc, char** argv) {
+// A real host finds these on the device.
+const auto model = DeviceType::Type::QA01RTVN;
+const char* const hardwareRevision = "A";
+const Version installed = {1, 0, 0, 0};
+
+bool older(const Version& a, const Version& b) {
+    return std::tie(a.major, a.minor, a.patch, a.build) <
+           std::tie(b.major, b.minor, b.patch, b.build);
+}
+
+bool meantForThisDevice(const FirmwareDescription& description) {
+    const auto& revisions = description.supportedHwRevs;
+    return description.deviceType.type == model &&
+           std::count(revisions.begin(), revisions.end(), hardwareRevision) > 0 &&
+           !older(description.version, installed);
+}
+
+// The installer writes each file before it knows its digest, so all are read once before.
+bool isSound(const ValidatedFirmwareZip& firmware) {
+    const auto& files = firmware.description.files;
+    return std::all_of(files.begin(), files.end(), [&](const FirmwareDescription::File& file) {
+        return firmware.package.validate(file) &&
+               firmware.package.archive().stat(file.localFilePath).size == file.length;
+    });
+}
+
+// Without it, a power cut in the next half minute leaves empty files. One call for each file system
+// that files go to; here that is the target's.
+bool flush(const char* target) {
+    const int directory = open(target, O_RDONLY | O_CLOEXEC);
+    const bool flushed = directory >= 0 && syncfs(directory) == 0;
+    close(directory);
+    return flushed;
+}
+
+bool install(const char* certificate, const char* path, const char* target) {
+    FirmwareDescriptionValidator trusted;
+    if (trusted.Open(certificate)) {  // the one certificate this device trusts, PEM
+        return false;
+    }
+    auto firmware = FirmwareZipValidator(trusted).ValidateFirmwareZipFile(path);
+    if (!firmware || !meantForThisDevice(firmware->description) || !isSound(*firmware)) {
+        return false;  // of the first, the log says why
+    }
+    std::promise<bool> verdict;
+    Installer installer(target);  // its destructor waits for its worker
+    installer.Install(
+        *std::move(firmware), [](unsigned int percent) { std::printf("%u %%\n", percent); },
+        [&](bool success) { verdict.set_value(success); });
+    return verdict.get_future().get() && flush(target);
+}
+
+int main(int argc, char** argv) try {
     if (argc != 4 || FirmwareDescriptionValidator::Init()) {
         return 2;
     }
-    std::promise<bool> verdict;
-    {
-        FirmwareDescriptionValidator trusted;
-        if (trusted.Open(argv[1])) {  // the one certificate this device trusts, PEM
-            return 2;
-        }
-        auto package = FirmwareZipValidator(trusted).ValidateFirmwareZipFile(argv[2]);
-        if (!package) {
-            return 1;  // the log says why
-        }
-        Installer installer(argv[3]);
-        installer.Install(
-            *std::move(package), [](unsigned int percent) { std::printf("%u %%\n", percent); },
-            [&](bool success) { verdict.set_value(success); });
-    }  // the installer's destructor waits for its worker
+    const bool success = install(argv[1], argv[2], argv[3]);
     FirmwareDescriptionValidator::Deinit();
-    return verdict.get_future().get() ? 0 : 1;
+    std::puts(success ? "installed" : "not installed");
+    return success ? 0 : 1;
+} catch (const std::exception& error) {  // a file that the package lists and does not hold
+    std::fprintf(stderr, "not installed: %s\n", error.what());
+    return 1;
 }

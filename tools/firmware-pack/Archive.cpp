@@ -1,16 +1,13 @@
 #include "Archive.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 #include <zip.h>
 
-#include <cerrno>
-#include <csignal>
-#include <cstring>
 #include <memory>
 
 #include "Error.h"
+#include "PendingFile.h"
+#include "Text.h"
 
 namespace Norv::Corvane::Pack {
 
@@ -18,6 +15,9 @@ namespace {
 
 // DOS date of 1 January 1980, the first that a zip archive can state.
 constexpr zip_uint16_t firstDosDate = (1U << 5U) | 1U;
+
+// A plain file that everybody may read, in the upper half as Unix archivers write it.
+constexpr zip_uint32_t ordinaryFile = static_cast<zip_uint32_t>(S_IFREG | 0644) << 16U;
 
 struct DiscardArchive {
     void operator()(zip_t* archive) const { zip_discard(archive); }
@@ -33,10 +33,6 @@ using ArchivePtr = std::unique_ptr<zip_t, DiscardArchive>;
 using ZipFilePtr = std::unique_ptr<zip_file_t, CloseFile>;
 using SourcePtr = std::unique_ptr<zip_source_t, FreeSource>;
 
-[[noreturn]] void failWriting(const std::string& path, const std::string& reason) {
-    throw PackError("cannot write " + path + ": " + reason);
-}
-
 ArchivePtr openArchive(const std::string& path, int flags) {
     int code = 0;
     ArchivePtr archive(zip_open(path.c_str(), flags, &code));
@@ -50,99 +46,6 @@ ArchivePtr openArchive(const std::string& path, int flags) {
     return archive;
 }
 
-// Signals that end a process and that nobody has asked to be ignored.
-sigset_t endingSignals() {
-    sigset_t signals;
-    ::sigemptyset(&signals);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-        struct sigaction action {};
-        ::sigaction(signal, nullptr, &action);
-        if (action.sa_handler != SIG_IGN) {
-            ::sigaddset(&signals, signal);
-        }
-    }
-    return signals;
-}
-
-// Whether one of them arrived and is held back.
-bool interrupted() {
-    const sigset_t ending = endingSignals();
-    sigset_t held;
-    ::sigpending(&held);
-    ::sigandset(&held, &held, &ending);
-    return ::sigisemptyset(&held) == 0;
-}
-
-// Holds them back from this thread for as long as it lives; then they end the process as usual.
-class SignalHold {
-public:
-    SignalHold() {
-        const sigset_t signals = endingSignals();
-        ::pthread_sigmask(SIG_BLOCK, &signals, &previous_);
-    }
-    ~SignalHold() { ::pthread_sigmask(SIG_SETMASK, &previous_, nullptr); }
-    SignalHold(const SignalHold&) = delete;
-    SignalHold& operator=(const SignalHold&) = delete;
-
-private:
-    sigset_t previous_;
-};
-
-// A new file beside `path`, removed again unless it has been moved there.
-class PendingFile {
-public:
-    explicit PendingFile(std::string path)
-        : path_(std::move(path)), pending_(path_ + ".part" + std::to_string(::getpid())) {
-        struct stat status {};
-        if (::stat(path_.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
-            // Replacing a device or a pipe would destroy it.
-            failWriting(path_, "it exists and is not a regular file");
-        }
-        const int fd = ::open(pending_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (fd < 0) {
-            failWriting(path_, std::strerror(errno));
-        }
-        ::close(fd);
-    }
-    ~PendingFile() {
-        if (!moved_) {
-            ::unlink(pending_.c_str());
-        }
-    }
-    PendingFile(const PendingFile&) = delete;
-    PendingFile& operator=(const PendingFile&) = delete;
-
-    const std::string& name() const { return pending_; }
-
-    void moveIntoPlace() {
-        sync(pending_);
-        if (::rename(pending_.c_str(), path_.c_str()) != 0) {
-            failWriting(path_, std::strerror(errno));
-        }
-        moved_ = true;
-        const std::string::size_type slash = path_.rfind('/');
-        sync(slash == std::string::npos ? "." : path_.substr(0, slash + 1));
-    }
-
-private:
-    void sync(const std::string& name) const {
-        const int fd = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
-        const bool synced = fd >= 0 && ::fsync(fd) == 0;
-        const int error = errno;
-        if (fd >= 0) {
-            ::close(fd);
-        }
-        if (!synced) {
-            failWriting(path_, std::strerror(error));
-        }
-    }
-
-    SignalHold hold_;
-    std::string path_;
-    std::string pending_;
-    bool moved_ = false;
-};
-
 SourcePtr makeSource(zip_t* archive, const ArchiveEntry& entry) {
     if (const auto* file = std::get_if<SourceFile>(&entry.content)) {
         return SourcePtr(zip_source_file(archive, file->path.c_str(), 0, -1));
@@ -151,29 +54,39 @@ SourcePtr makeSource(zip_t* archive, const ArchiveEntry& entry) {
     return SourcePtr(zip_source_buffer(archive, bytes.data(), bytes.size(), 0));
 }
 
-void addEntry(zip_t* archive, const ArchiveEntry& entry) {
-    SourcePtr source = makeSource(archive, entry);
-    if (!source) {
-        throw PackError("cannot pack " + entry.name + ": " + zip_strerror(archive));
-    }
-    const zip_int64_t index =
-        zip_file_add(archive, entry.name.c_str(), source.get(), ZIP_FL_ENC_UTF_8);
-    if (index < 0) {
-        throw PackError("cannot pack " + entry.name + ": " + zip_strerror(archive));
-    }
-    static_cast<void>(source.release());  // now owned by the archive
+[[noreturn]] void failPacking(zip_t* archive, const std::string& name) {
+    throw PackError("cannot pack " + printable(name) + ": " + zip_strerror(archive));
+}
+
+// Method, time and mode are ours, whatever the source's are.
+void settle(zip_t* archive, zip_int64_t index, const std::string& name, bool deflate) {
     const auto position = static_cast<zip_uint64_t>(index);
-    const zip_int32_t method = entry.deflate ? ZIP_CM_DEFLATE : ZIP_CM_STORE;
-    if (zip_set_file_compression(archive, position, method, 0) != 0 ||
-        zip_file_set_dostime(archive, position, 0, firstDosDate, 0) != 0) {
-        throw PackError("cannot pack " + entry.name + ": " + zip_strerror(archive));
+    const zip_int32_t method = deflate ? ZIP_CM_DEFLATE : ZIP_CM_STORE;
+    if (index < 0 || zip_set_file_compression(archive, position, method, 0) != 0 ||
+        zip_file_set_dostime(archive, position, 0, firstDosDate, 0) != 0 ||
+        zip_file_set_external_attributes(archive, position, 0, ZIP_OPSYS_UNIX, ordinaryFile) != 0) {
+        failPacking(archive, name);
     }
 }
 
-FileDigest digestIn(zip_t* archive, const std::string& archivePath, const std::string& name) {
+void addEntry(zip_t* archive, const ArchiveEntry& entry) {
+    SourcePtr source = makeSource(archive, entry);
+    if (!source) {
+        failPacking(archive, entry.name);
+    }
+    const zip_int64_t index =
+        zip_file_add(archive, entry.name.c_str(), source.get(), ZIP_FL_ENC_UTF_8);
+    if (index >= 0) {
+        static_cast<void>(source.release());  // now owned by the archive
+    }
+    settle(archive, index, entry.name, entry.deflate);
+}
+
+FileDigest digestIn(zip_t* archive, const std::string& archivePath, const std::string& name,
+                    const std::function<void(const char*, std::size_t)>& take) {
     const ZipFilePtr file(zip_fopen(archive, name.c_str(), 0));
     if (!file) {
-        throw PackError("cannot read " + name + " in " + archivePath + ": " +
+        throw PackError("cannot read " + printable(name) + " in " + archivePath + ": " +
                         zip_strerror(archive));
     }
     Sha256 sha256;
@@ -182,7 +95,7 @@ FileDigest digestIn(zip_t* archive, const std::string& archivePath, const std::s
     for (;;) {
         const zip_int64_t count = zip_fread(file.get(), chunk.data(), chunk.size());
         if (count < 0) {
-            throw PackError("cannot read " + name + " in " + archivePath + ": " +
+            throw PackError("cannot read " + printable(name) + " in " + archivePath + ": " +
                             zip_file_strerror(file.get()));
         }
         if (count == 0) {
@@ -193,23 +106,58 @@ FileDigest digestIn(zip_t* archive, const std::string& archivePath, const std::s
         }
         sha256.update(chunk.data(), static_cast<std::size_t>(count));
         length += static_cast<std::uint64_t>(count);
-    }
-}
-
-void verifyEntries(const std::string& archivePath, const std::vector<ArchiveEntry>& entries) {
-    // Opened once: that takes time proportional to the number of entries.
-    const ArchivePtr archive = openArchive(archivePath, ZIP_RDONLY);
-    for (const ArchiveEntry& entry : entries) {
-        if (entry.expected &&
-            digestIn(archive.get(), archivePath, entry.name).sha256 != entry.expected->sha256) {
-            throw PackError(entry.name + " changed while it was packed");
+        if (take) {
+            take(chunk.data(), static_cast<std::size_t>(count));
         }
     }
 }
 
+std::uint64_t expectedLength(const std::vector<ArchiveEntry>& entries) {
+    std::uint64_t length = 0;
+    for (const ArchiveEntry& entry : entries) {
+        length += entry.expected ? entry.expected->length : 0;
+    }
+    return length;
+}
+
+void verifyEntries(const std::string& archivePath, const std::vector<ArchiveEntry>& entries,
+                   const ProgressSink& progress) {
+    // Opened once: that takes time proportional to the number of entries.
+    const ArchivePtr archive = openArchive(archivePath, ZIP_RDONLY);
+    Step step(progress, "verifying", expectedLength(entries));
+    const auto advance = [&step](const char*, std::size_t size) { step.advance(size); };
+    for (const ArchiveEntry& entry : entries) {
+        if (entry.expected && digestIn(archive.get(), archivePath, entry.name, advance).sha256 !=
+                                  entry.expected->sha256) {
+            throw PackError(printable(entry.name) + " changed while it was packed");
+        }
+    }
+}
+
+// Writes the changes to disk.
+void closeArchive(ArchivePtr archive, const std::string& path, const ProgressSink& progress) {
+    zip_t* const handle = archive.get();
+    zip_register_cancel_callback_with_state(
+        handle, [](zip_t*, void*) { return interrupted() ? 1 : 0; }, nullptr, nullptr);
+    if (progress) {
+        zip_register_progress_callback_with_state(
+            handle, 0.001,
+            [](zip_t*, double share, void* sink) {
+                (*static_cast<const ProgressSink*>(sink))(
+                    "packing", static_cast<std::uint64_t>(share * 1000), 1000);
+            },
+            nullptr, const_cast<ProgressSink*>(&progress));
+    }
+    if (zip_close(handle) != 0) {
+        failWriting(path, zip_strerror(handle));
+    }
+    static_cast<void>(archive.release());  // freed by zip_close
+}
+
 }  // namespace
 
-void writeArchive(const std::string& path, const std::vector<ArchiveEntry>& entries) {
+void writeArchive(const std::string& path, const std::vector<ArchiveEntry>& entries,
+                  const WriteOptions& options) {
     if (entries.empty()) {
         failWriting(path, "an archive needs an entry");
     }
@@ -218,19 +166,50 @@ void writeArchive(const std::string& path, const std::vector<ArchiveEntry>& entr
     for (const ArchiveEntry& entry : entries) {
         addEntry(archive.get(), entry);
     }
-    zip_register_cancel_callback_with_state(
-        archive.get(), [](zip_t*, void*) { return interrupted() ? 1 : 0; }, nullptr, nullptr);
-    if (zip_close(archive.get()) != 0) {
-        failWriting(path, zip_strerror(archive.get()));
+    closeArchive(std::move(archive), path, options.progress);
+    verifyEntries(pending.name(), entries, options.progress);
+    if (options.accept) {
+        options.accept(pending.name());
     }
-    static_cast<void>(archive.release());  // freed by zip_close
-    verifyEntries(pending.name(), entries);
+    pending.moveIntoPlace();
+}
+
+void replaceEntry(const std::string& archivePath, const std::string& path, const std::string& name,
+                  const std::string& content, const WriteOptions& options) {
+    PendingFile pending(path);
+    pending.copyFrom(archivePath);
+    ArchivePtr archive = openArchive(pending.name(), 0);
+    const zip_int64_t index = zip_name_locate(archive.get(), name.c_str(), 0);
+    const ArchiveEntry replacement{name, content};  // read when the archive is closed
+    SourcePtr source = makeSource(archive.get(), replacement);
+    if (index < 0 || !source ||
+        zip_file_replace(archive.get(), static_cast<zip_uint64_t>(index), source.get(), 0) != 0) {
+        failPacking(archive.get(), name);
+    }
+    static_cast<void>(source.release());  // now owned by the archive
+    settle(archive.get(), index, name, true);
+    closeArchive(std::move(archive), path, options.progress);
+    if (options.accept) {
+        options.accept(pending.name());
+    }
     pending.moveIntoPlace();
 }
 
 FileDigest digestEntry(const std::string& archivePath, const std::string& name) {
     const ArchivePtr archive = openArchive(archivePath, ZIP_RDONLY);
-    return digestIn(archive.get(), archivePath, name);
+    return digestIn(archive.get(), archivePath, name, nullptr);
+}
+
+std::string readEntry(const std::string& archivePath, const std::string& name, std::size_t limit) {
+    const ArchivePtr archive = openArchive(archivePath, ZIP_RDONLY);
+    std::string bytes;
+    digestIn(archive.get(), archivePath, name, [&](const char* data, std::size_t size) {
+        if (bytes.size() + size > limit) {
+            throw PackError(printable(name) + " in " + archivePath + " is too long");
+        }
+        bytes.append(data, size);
+    });
+    return bytes;
 }
 
 }  // namespace Norv::Corvane::Pack

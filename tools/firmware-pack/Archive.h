@@ -2,12 +2,14 @@
 
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <variant>
 #include <vector>
 
 #include "Digest.h"
+#include "Progress.h"
 
 namespace Norv::Corvane::Pack {
 
@@ -27,14 +29,32 @@ struct ArchiveEntry {
     std::optional<FileDigest> expected = std::nullopt;
 };
 
+struct WriteOptions {
+    ProgressSink progress = {};
+    // Called with the name of the complete file before it takes its place. What it throws leaves
+    // that place as it was.
+    std::function<void(const std::string& file)> accept = {};
+};
+
 // Writes the entries in their order; at least one, no name twice. The file appears under `path`
 // complete and synced to disk, replacing a regular file, or not at all: the work is done under
 // another name in the same directory. Signals that would end the process take effect once that file
-// is gone. Entries carry a fixed time, so that equal input gives equal bytes. Throws `PackError`.
-void writeArchive(const std::string& path, const std::vector<ArchiveEntry>& entries);
+// is gone. Entries carry a fixed time and mode, so that equal input gives equal bytes. Throws
+// `PackError`.
+void writeArchive(const std::string& path, const std::vector<ArchiveEntry>& entries,
+                  const WriteOptions& options = {});
+
+// Writes a copy of the archive to `path` in which the entry `name` holds something else; all other
+// entries keep their bytes, compressed as they are. As careful as `writeArchive`. The two paths may
+// be the same. Throws `PackError`.
+void replaceEntry(const std::string& archivePath, const std::string& path, const std::string& name,
+                  const std::string& content, const WriteOptions& options = {});
 
 // Digest and uncompressed length of what the archive holds under `name`. Throws `PackError` when
 // the archive cannot be opened, the entry is missing, or its data is damaged.
 FileDigest digestEntry(const std::string& archivePath, const std::string& name);
+
+// What the archive holds under `name`, at most `limit` bytes. Throws `PackError` likewise.
+std::string readEntry(const std::string& archivePath, const std::string& name, std::size_t limit);
 
 }  // namespace Norv::Corvane::Pack

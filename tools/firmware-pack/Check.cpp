@@ -9,6 +9,7 @@
 
 #include "Norv/Ombrel/Project/DeviceType.h"
 #include "Norv/Ombrel/Project/Version.h"
+#include "Text.h"
 
 namespace Norv::Corvane::Pack {
 
@@ -24,10 +25,6 @@ constexpr std::size_t maximumPath = 4000;
 
 // Devices count lengths and progress in 32 bits.
 constexpr std::uint64_t maximumLength = std::numeric_limits<std::uint32_t>::max();
-
-std::string quoted(const std::string& text) {
-    return "\"" + text + "\"";
-}
 
 bool endsWith(const std::string& text, const std::string& suffix) {
     return text.size() >= suffix.size() &&
@@ -51,7 +48,7 @@ void checkVersion(const char* name, const std::string& text, Findings& findings)
     const std::optional<Version> version = Version::parse(text);
     // Devices ignore text after the fourth number, which hides mistakes.
     if (!version || to_string(*version) != text) {
-        findings.errors.push_back(std::string(name) + " " + quoted(text) +
+        findings.errors.push_back(std::string(name) + " " + inQuotes(text) +
                                   " is not of the form 1.2.3.4");
     }
 }
@@ -59,39 +56,46 @@ void checkVersion(const char* name, const std::string& text, Findings& findings)
 void checkLocalPath(const ManifestFile& file, std::set<std::string>& seen, Findings& findings) {
     const std::string& path = file.localFilePath;
     if (path.empty()) {
-        findings.errors.push_back("the local path of " + quoted(file.remoteFilePath) + " is empty");
+        findings.errors.push_back("the local path of " + inQuotes(file.remoteFilePath) +
+                                  " is empty");
     } else if (path == manifestEntryName) {
-        findings.errors.push_back("the local path " + quoted(path) + " is the manifest's own name");
+        findings.errors.push_back("the local path " + inQuotes(path) +
+                                  " is the manifest's own name");
     } else if (path.front() == '/' || path.back() == '/' || hasParentComponent(path)) {
-        findings.errors.push_back("the local path " + quoted(path) +
+        findings.errors.push_back("the local path " + inQuotes(path) +
                                   " is not a plain relative file name");
     } else if (!seen.insert(path).second) {
-        findings.errors.push_back("the local path " + quoted(path) + " is used twice");
+        findings.errors.push_back("the local path " + inQuotes(path) + " is used twice");
     }
 }
 
 void checkRemotePath(const ManifestFile& file, Findings& findings) {
     const std::string& path = file.remoteFilePath;
     if (path.empty()) {
-        findings.errors.push_back("the remote path of " + quoted(file.localFilePath) + " is empty");
+        findings.errors.push_back("the remote path of " + inQuotes(file.localFilePath) +
+                                  " is empty");
     } else if (path.back() == '/' || std::filesystem::path(path).filename() == ".") {
-        findings.errors.push_back("the remote path " + quoted(path) + " names a directory");
+        findings.errors.push_back("the remote path " + inQuotes(path) + " names a directory");
     } else if (isTooLong(path)) {
-        findings.errors.push_back("the remote path " + quoted(path) + " is too long");
+        findings.errors.push_back("the remote path " + inQuotes(path) + " is too long");
     } else if (hasParentComponent(path)) {
-        findings.errors.push_back("the remote path " + quoted(path) +
+        findings.errors.push_back("the remote path " + inQuotes(path) +
                                   " leads out of the target directory");
     }
+}
+
+void checkScript(const ManifestFile& file, std::vector<std::string>& findings) {
+    const std::string& path = file.remoteFilePath;
     if (file.kind != PayloadKind::Script) {
         return;
     }
     if (!endsWith(path, "Script.run")) {
-        findings.warnings.push_back("the script " + quoted(path) +
-                                    " is installed but not run: its remote path does not end in "
-                                    "Script.run");
+        findings.push_back("the script " + inQuotes(path) +
+                           " is installed but not run: its remote path does not end in "
+                           "Script.run");
     } else if (path.find_first_of(" \"") != std::string::npos) {
-        findings.warnings.push_back("the script " + quoted(path) +
-                                    " cannot be run: its remote path holds a blank or a quote");
+        findings.push_back("the script " + inQuotes(path) +
+                           " cannot be run: its remote path holds a blank or a quote");
     }
 }
 
@@ -105,7 +109,7 @@ void checkOverlap(const Manifest& manifest, Findings& findings) {
     std::set<std::string> paths;
     for (const ManifestFile& file : manifest.files) {
         if (!paths.insert(installedPath(file.remoteFilePath)).second) {
-            findings.errors.push_back("the remote path " + quoted(file.remoteFilePath) +
+            findings.errors.push_back("the remote path " + inQuotes(file.remoteFilePath) +
                                       " is used twice");
         }
     }
@@ -113,8 +117,8 @@ void checkOverlap(const Manifest& manifest, Findings& findings) {
         std::filesystem::path parent = std::filesystem::path(path).parent_path();
         for (; !parent.empty(); parent = parent.parent_path()) {
             if (paths.count(parent.string()) != 0) {
-                findings.errors.push_back("the remote path " + quoted(parent.string()) +
-                                          " is a file and the directory of " + quoted(path));
+                findings.errors.push_back("the remote path " + inQuotes(parent.string()) +
+                                          " is a file and the directory of " + inQuotes(path));
             }
         }
     }
@@ -124,7 +128,7 @@ void checkLengths(const Manifest& manifest, Findings& findings) {
     std::uint64_t total = 0;
     for (const ManifestFile& file : manifest.files) {
         if (file.length > maximumLength) {
-            findings.errors.push_back(quoted(file.localFilePath) + " is longer than 4 GiB");
+            findings.errors.push_back(inQuotes(file.localFilePath) + " is longer than 4 GiB");
         }
         total += file.length;
     }
@@ -133,21 +137,30 @@ void checkLengths(const Manifest& manifest, Findings& findings) {
     }
 }
 
+void checkHwRevs(const Manifest& manifest, Findings& findings) {
+    std::set<std::string> seen;
+    for (const std::string& hwRev : manifest.supportedHwRevs) {
+        if (hwRev.empty()) {
+            findings.errors.emplace_back("a hardware revision is empty");
+        } else if (!seen.insert(hwRev).second) {
+            findings.errors.push_back("the hardware revision " + inQuotes(hwRev) +
+                                      " is given twice");
+        }
+    }
+}
+
 }  // namespace
 
-Findings check(const Manifest& manifest) {
+Findings check(const Manifest& manifest, Strictness strictness) {
     Findings findings;
     if (!DeviceType::parse(manifest.manufacturerId, manifest.modelId, std::nullopt)) {
-        findings.errors.push_back("manufacturer " + quoted(manifest.manufacturerId) + ", model " +
-                                  quoted(manifest.modelId) + " is no known device");
+        findings.errors.push_back("manufacturer " + inQuotes(manifest.manufacturerId) + ", model " +
+                                  inQuotes(manifest.modelId) + " is no known device");
     }
     checkVersion("version", manifest.version, findings);
     checkVersion("system version", manifest.systemVersion, findings);
     checkVersion("application version", manifest.applicationVersion, findings);
-    const std::vector<std::string>& hwRevs = manifest.supportedHwRevs;
-    if (std::find(hwRevs.begin(), hwRevs.end(), "") != hwRevs.end()) {
-        findings.errors.emplace_back("a hardware revision is empty");
-    }
+    checkHwRevs(manifest, findings);
     if (manifest.files.empty()) {
         findings.warnings.emplace_back("the package holds no payload file");
     }
@@ -155,9 +168,15 @@ Findings check(const Manifest& manifest) {
     for (const ManifestFile& file : manifest.files) {
         checkLocalPath(file, localPaths, findings);
         checkRemotePath(file, findings);
+        checkScript(file, strictness == Strictness::Lenient ? findings.warnings : findings.errors);
     }
     checkOverlap(manifest, findings);
     checkLengths(manifest, findings);
+    if (strictness == Strictness::Strict) {
+        findings.errors.insert(findings.errors.end(), findings.warnings.begin(),
+                               findings.warnings.end());
+        findings.warnings.clear();
+    }
     return findings;
 }
 

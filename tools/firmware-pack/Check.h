@@ -17,7 +17,18 @@ struct Findings {
     std::vector<std::string> warnings;
 };
 
+// What becomes an error. A script that cannot be run makes every installation fail, one that is
+// never run makes it incomplete.
+enum class Strictness {
+    // Neither: both are warnings.
+    Lenient,
+    // Both of them.
+    Normal,
+    // Every warning.
+    Strict,
+};
+
 // Digests are not looked at, so that a manifest can be checked before its payload is hashed.
-Findings check(const Manifest& manifest);
+Findings check(const Manifest& manifest, Strictness strictness = Strictness::Lenient);
 
 }  // namespace Norv::Corvane::Pack

@@ -8,7 +8,9 @@
 #include <cerrno>
 #include <cstring>
 
+#include "Descriptor.h"
 #include "Error.h"
+#include "Text.h"
 
 namespace Norv::Corvane::Pack {
 
@@ -16,24 +18,8 @@ namespace {
 
 constexpr std::size_t chunkSize = 256 * 1024;
 
-class Descriptor {
-public:
-    explicit Descriptor(int fd) : fd_(fd) {}
-    ~Descriptor() {
-        if (fd_ >= 0) {
-            ::close(fd_);
-        }
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int get() const { return fd_; }
-
-private:
-    int fd_;
-};
-
 [[noreturn]] void failReading(const std::string& path, const char* reason) {
-    throw PackError("cannot read " + path + ": " + reason);
+    throw PackError("cannot read " + printable(path) + ": " + reason);
 }
 
 }  // namespace
@@ -63,25 +49,40 @@ std::vector<std::uint8_t> Sha256::finish() {
     return digest;
 }
 
-FileDigest digestFile(const std::string& path) {
+namespace {
+
+// A regular file that is open for reading, and its size.
+struct OpenFile {
+    Descriptor descriptor;
+    std::uint64_t size;
+};
+
+OpenFile openRegularFile(const std::string& path) {
     // A pipe without a writer would block an ordinary open for ever.
-    const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    if (file.get() < 0) {
-        failReading(path, std::strerror(errno));
-    }
+    Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status {};
-    if (::fstat(file.get(), &status) != 0) {
+    if (!file || ::fstat(file.get(), &status) != 0) {
         failReading(path, std::strerror(errno));
     }
     if (!S_ISREG(status.st_mode)) {
         failReading(path, "not a regular file");
     }
+    return {std::move(file), static_cast<std::uint64_t>(status.st_size)};
+}
 
+}  // namespace
+
+std::uint64_t sizeOfFile(const std::string& path) {
+    return openRegularFile(path).size;
+}
+
+FileDigest digestFile(const std::string& path, Step* step) {
+    const OpenFile file = openRegularFile(path);
     Sha256 sha256;
     std::uint64_t length = 0;
     std::vector<char> chunk(chunkSize);
     for (;;) {
-        const ssize_t count = ::read(file.get(), chunk.data(), chunk.size());
+        const ssize_t count = ::read(file.descriptor.get(), chunk.data(), chunk.size());
         if (count < 0 && errno == EINTR) {
             continue;
         }
@@ -93,6 +94,9 @@ FileDigest digestFile(const std::string& path) {
         }
         sha256.update(chunk.data(), static_cast<std::size_t>(count));
         length += static_cast<std::uint64_t>(count);
+        if (step != nullptr) {
+            step->advance(static_cast<std::uint64_t>(count));
+        }
     }
 }
 

@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "Progress.h"
+
 struct evp_md_ctx_st;
 
 namespace Norv::Corvane::Pack {
@@ -34,7 +36,10 @@ struct FileDigest {
 };
 
 // Reads the file once, in chunks. Throws `PackError` unless it is a readable regular file.
-FileDigest digestFile(const std::string& path);
+FileDigest digestFile(const std::string& path, Step* step = nullptr);
+
+// The size of a readable regular file, without reading it. Throws `PackError` likewise.
+std::uint64_t sizeOfFile(const std::string& path);
 
 FileDigest digestBytes(std::string_view bytes);
 

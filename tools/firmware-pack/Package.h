@@ -1,11 +1,14 @@
-// From a manifest without digests and a list of files to a signed package.
+// From a manifest without digests and a list of files to a package.
 
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
+#include "Check.h"
 #include "Manifest.h"
+#include "Progress.h"
 #include "Signature.h"
 
 namespace Norv::Corvane::Pack {
@@ -18,10 +21,30 @@ struct PackageInput {
     bool deflate = true;
 };
 
+struct PackageOptions {
+    Strictness strictness = Strictness::Lenient;
+    ProgressSink progress = {};
+    // Called with the name of the complete package before it takes its place; may throw.
+    std::function<void(const std::string& file)> accept = {};
+};
+
 // Checks, hashes, signs and packs. `output` is replaced by the complete package or left alone.
 // Returns the warnings of `check`. Throws `PackError`, also when a payload file changes meanwhile;
 // its text has one line per reason.
 std::vector<std::string> buildPackage(PackageInput input, const Signer& signer,
-                                      const std::string& output);
+                                      const std::string& output,
+                                      const PackageOptions& options = {});
+
+// The same with a signature that lacks its value; what it is to be made of is left in `toSign`.
+std::vector<std::string> preparePackage(PackageInput input, const SignatureForm& form,
+                                        const std::string& output, std::string& toSign,
+                                        const PackageOptions& options = {});
+
+// The text of the package's manifest. Throws `PackError`.
+std::string readManifest(const std::string& package);
+
+// Writes a copy of the package with another text for its manifest and nothing else changed.
+void replaceManifest(const std::string& package, const std::string& output,
+                     const std::string& manifest, const PackageOptions& options = {});
 
 }  // namespace Norv::Corvane::Pack

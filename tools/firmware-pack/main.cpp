@@ -1,51 +1,56 @@
 #include <csignal>
 #include <exception>
-#include <filesystem>
 #include <iostream>
-#include <sstream>
 #include <string>
-#include <system_error>
 #include <vector>
 
-#include "Arguments.h"
-#include "Error.h"
-#include "Package.h"
-#include "Signature.h"
-#include "XmlSecurity.h"
+#include "CommandLine.h"
+#include "Commands.h"
 
 namespace {
 
 using namespace Norv::Corvane::Pack;
 
-void report(const char* severity, const std::string& text) {
-    std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);) {
-        std::cerr << "firmware-pack: " << severity << ": " << line << '\n';
-    }
+int print(const std::string& text) {
+    std::cout << text << std::flush;
+    return std::cout ? 0 : 1;
 }
 
-// A package written over its own input would cost the author a key or a payload file.
-void refuseToOverwriteInput(const Arguments& arguments) {
-    std::vector<std::string> inputs = arguments.input.sources;
-    inputs.push_back(arguments.key);
-    inputs.push_back(arguments.certificate);
-    for (const std::string& input : inputs) {
-        std::error_code absent;
-        if (std::filesystem::equivalent(input, arguments.output, absent)) {
-            throw PackError("the output " + arguments.output + " is the input " + input);
+const Command* findCommand(const std::string& name) {
+    for (const Command& command : commands()) {
+        if (name == command.name) {
+            return &command;
         }
     }
+    return nullptr;
 }
 
-int pack(const Arguments& arguments) {
-    refuseToOverwriteInput(arguments);
-    const XmlSecurity xmlSecurity;
-    Signer signer(arguments.key, arguments.certificate);
-    signer.includeCertificate(arguments.includeCertificate);
-    for (const std::string& warning : buildPackage(arguments.input, signer, arguments.output)) {
-        report("warning", warning);
+int runProgram(std::vector<std::string> arguments) {
+    if (arguments.empty()) {
+        throw UsageError("a command is missing");
     }
-    return 0;
+    const std::string first = arguments.front();
+    if (first == "-h" || first == "--help") {
+        return print(helpText());
+    }
+    // With a value it is an option of build.
+    if (arguments.size() == 1 && first == "--version") {
+        return print("firmware-pack " CORVANE_VERSION "\n");
+    }
+    Options options;
+    const Command* command = findCommand(first);
+    if (command != nullptr) {
+        arguments.erase(arguments.begin());
+    } else if (first.empty() || first.front() != '-') {
+        throw UsageError("unknown command " + first);
+    } else {
+        // The way of the first releases, for the scripts that call it.
+        command = findCommand("build");
+        options.lenient = true;
+        options.quiet = true;
+    }
+    return parseOptions(*command, arguments, options) ? command->run(options)
+                                                      : print(helpText(*command));
 }
 
 }  // namespace
@@ -54,12 +59,7 @@ int main(int argc, char** argv) {
     // A file size limit has to end as a failed write, which cleans up after itself.
     std::signal(SIGXFSZ, SIG_IGN);
     try {
-        const Arguments arguments = parseArguments(argc, argv);
-        if (arguments.help) {
-            std::cout << usage << std::flush;
-            return std::cout ? 0 : 1;
-        }
-        return pack(arguments);
+        return runProgram({argv + (argc > 0 ? 1 : 0), argv + argc});
     } catch (const UsageError& error) {
         report("error", error.what());
         std::cerr << "Try firmware-pack --help.\n";

@@ -1,89 +1,16 @@
 // firmware-host on a terminal of its own.
 
-#include <poll.h>
-#include <pty.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <array>
-#include <csignal>
+#include <algorithm>
 
 #include "HostFixture.h"
+#include "TerminalProcess.h"
 
 namespace {
 
-using namespace Norv::Corvane;
 using namespace Norv::Corvane::Test;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
-
-// A process whose controlling terminal is held here, 60 columns wide.
-class TerminalProcess {
-public:
-    explicit TerminalProcess(const std::vector<std::string>& words) {
-        std::vector<char*> argv;
-        const std::vector<std::string> command = withEmulator(words);
-        for (const std::string& word : command) {
-            argv.push_back(const_cast<char*>(word.c_str()));
-        }
-        argv.push_back(nullptr);
-        const winsize size = {24, 60, 0, 0};
-        id_ = ::forkpty(&terminal_, nullptr, nullptr, &size);
-        if (id_ == 0) {
-            ::execvp(argv[0], argv.data());
-            ::_exit(127);
-        }
-    }
-    ~TerminalProcess() {
-        ::close(terminal_);
-        if (id_ > 0) {
-            ::kill(id_, SIGKILL);
-            ::waitpid(id_, nullptr, 0);
-        }
-    }
-    TerminalProcess(const TerminalProcess&) = delete;
-    TerminalProcess& operator=(const TerminalProcess&) = delete;
-
-    const std::string& output() const { return output_; }
-
-    // Reads until the text appears, or the process ends, or half a minute has passed.
-    bool readUntil(const std::string& text) {
-        while (output_.find(text) == std::string::npos && readMore()) {
-        }
-        return output_.find(text) != std::string::npos;
-    }
-
-    void type(char key) const { EXPECT_EQ(::write(terminal_, &key, 1), 1); }
-
-    int wait() {
-        while (readMore()) {
-        }
-        int status = 0;
-        ::waitpid(id_, &status, 0);
-        id_ = -1;
-        return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    }
-
-private:
-    bool readMore() {
-        pollfd readable = {terminal_, POLLIN, 0};
-        std::array<char, 4096> chunk{};
-        if (::poll(&readable, 1, 30000) <= 0) {
-            return false;
-        }
-        const ssize_t count = ::read(terminal_, chunk.data(), chunk.size());
-        if (count <= 0) {
-            return false;
-        }
-        output_.append(chunk.data(), static_cast<std::size_t>(count));
-        return true;
-    }
-
-    int terminal_ = -1;
-    pid_t id_ = -1;
-    std::string output_;
-};
 
 class HostTerminal : public HostFixture {
 protected:
@@ -117,7 +44,7 @@ TEST_F(HostTerminal, DrawsABarOverItself) {
 
 TEST_F(HostTerminal, PutsLogLinesInPlaceOfTheBar) {
     const auto package = PackageBuilder().firmware("a", "a").flipBit("a").build(directory);
-    TerminalProcess host(command(package));
+    TerminalProcess host(command(package, {"--no-check"}));
     EXPECT_EQ(host.wait(), 1);
     EXPECT_THAT(host.output(), HasSubstr(std::string(eraseLine) +
                                          "firmware-host: error: Failed to process: a\r\n"));
@@ -144,9 +71,74 @@ TEST_F(HostTerminal, ControlCLetsTheScriptUnderWayFinish) {
     EXPECT_EQ(host.wait(), 3);
     EXPECT_THAT(host.output(), HasSubstr("script ends"));
     EXPECT_THAT(host.output(),
-                HasSubstr("firmware-host: installation cancelled; what was installed before "
-                          "stays\r\n"));
+                HasSubstr("firmware-host: installation ended after a request for cancellation; "
+                          "what was installed by then stays\r\n"));
     EXPECT_THAT(target.files(), ElementsAre("Script.run", "proceed"));
+}
+
+// The bars and their texts, in the order in which they were drawn.
+std::vector<std::string> drawnLines(const std::string& output) {
+    std::vector<std::string> lines;
+    const std::string erase = eraseLine;
+    for (std::size_t at = output.find(erase); at != std::string::npos;) {
+        const std::size_t start = at + erase.size();
+        at = output.find(erase, start);
+        const std::string line = output.substr(start, at - start);
+        if (line.find('%') != std::string::npos) {
+            lines.push_back(line);
+        }
+    }
+    return lines;
+}
+
+TEST_F(HostTerminal, FitsAnyWidth) {
+    const auto package = PackageBuilder()
+                             .firmware("a", std::string(3 << 20, 'a'))
+                             .firmware("b", std::string(1 << 20, 'b'))
+                             .build(directory);
+    for (const int columns : {1, 6, 20, 26, 39, 40, 41, 79, 80, 200}) {
+        TerminalProcess host(command(package), static_cast<unsigned short>(columns));
+        EXPECT_EQ(host.wait(), 0);
+        const std::vector<std::string> lines = drawnLines(host.output());
+        ASSERT_EQ(lines.size(), columns == 1 ? 0 : 3) << columns;
+        for (const std::string& line : lines) {
+            EXPECT_LT(line.size(), columns) << line;
+            EXPECT_EQ(line.find('[') != std::string::npos, columns >= 39) << columns;
+            EXPECT_EQ(line.find("MiB") != std::string::npos, columns >= 26) << columns;
+        }
+        EXPECT_LE(lines.empty() ? 0 : lines.back().size(), 52 + 25 + 1) << columns;
+    }
+}
+
+TEST_F(HostTerminal, DrawsTheBarAnewWhenTheTerminalIsResized) {
+    const std::string script =
+        "echo script runs\n"
+        "until [ -e \"${0%/*}/proceed\" ]; do sleep 0.01; done\n";
+    const std::string bytes = std::to_string(script.size()) + " B";
+    const auto package = PackageBuilder().script("Script.run", script).build(directory);
+    TerminalProcess host(command(package), 100);
+    ASSERT_TRUE(host.readUntil("script runs"));
+    host.resize(33);
+    ASSERT_TRUE(host.readUntil("\x1b[K[----------] 0 %, 0 B of " + bytes));
+    host.resize(20);
+    ASSERT_TRUE(host.readUntil("\x1b[K0 %, 0 B of " + bytes));
+    target.write("proceed", "");
+    EXPECT_EQ(host.wait(), 0);
+}
+
+TEST_F(HostTerminal, PutsWhatScriptsPrintInPlaceOfTheBar) {
+    const auto package =
+        PackageBuilder()
+            .firmware("a", std::string(1 << 20, 'a'))
+            .script("Script.run",
+                    "printf '\\346\\227\\245\\346\\234\\254\\350\\252\\236 done\\n'\n")
+            .build(directory);
+    TerminalProcess host(command(package), 40);
+    EXPECT_EQ(host.wait(), 0);
+    const std::string erase = eraseLine;
+    EXPECT_THAT(host.output(),
+                HasSubstr(erase + "Script.run: \xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E done\r\n" +
+                          erase + "[####"));
 }
 
 }  // namespace

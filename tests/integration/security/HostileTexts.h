@@ -25,6 +25,10 @@ std::vector<HostileText> costlyTexts();
 // to the limits an attacker can come.
 std::vector<HostileText> borderlineTexts();
 
+// The cost of each grows faster than its size, or would take minutes at the largest size.
+std::vector<HostileText> growingTexts();
+std::vector<HostileText> largeTexts();
+
 std::string honestText(std::size_t size);
 
 }  // namespace Norv::Corvane::Test

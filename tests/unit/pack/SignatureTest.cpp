@@ -93,7 +93,7 @@ TEST_F(PackSignature, NamesTheFileThatCannotBeRead) {
     EXPECT_EQ(refusal("/absent.pem", keys.certificate.string()),
               "cannot open /absent.pem: No such file or directory");
     EXPECT_EQ(refusal(keys.certificate.string(), keys.certificate.string()),
-              keys.certificate.string() + " holds no unencrypted PEM private key");
+              keys.certificate.string() + " holds no private key");
     EXPECT_EQ(refusal(keys.key.string(), keys.key.string()),
               keys.key.string() + " holds no PEM certificate");
 }
@@ -105,7 +105,7 @@ TEST_F(PackSignature, RefusesAnEncryptedKeyWithoutAskingForItsPassword) {
                   .status,
               0);
     EXPECT_EQ(refusal(encrypted, keys.certificate.string()),
-              encrypted + " holds no unencrypted PEM private key");
+              "the key in " + encrypted + " is encrypted, and no passphrase is given");
 }
 
 TEST_F(PackSignature, RefusesKeysOfOtherKinds) {
@@ -115,7 +115,8 @@ TEST_F(PackSignature, RefusesKeysOfOtherKinds) {
                    "-keyout", key, "-out", certificate})
                   .status,
               0);
-    EXPECT_EQ(refusal(key, certificate), "only RSA and EC keys can sign a package");
+    EXPECT_EQ(refusal(key, certificate),
+              "only RSA and EC keys can sign a package: devices do not take Ed25519");
 }
 
 }  // namespace

@@ -1,0 +1,15 @@
+// Getting what was written onto the medium.
+
+#pragma once
+
+#include <Norv/Corvane/Common/FirmwareDescription.h>
+
+#include <string>
+
+// Flushes every file system that files of the package were written to. The verdict of the installer
+// says that the files are written, not that they outlast a power cut: for up to half a minute they
+// may be in memory only, and a cut leaves them empty or old. Throws `HostError` when a flush fails.
+//
+// What a script writes elsewhere is the script's own to flush.
+void flushToMedium(const std::string& target,
+                   const Norv::Corvane::Common::FirmwareDescription& description);

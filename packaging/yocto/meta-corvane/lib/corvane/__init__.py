@@ -1,0 +1,2 @@
+# Imported by bitbake together with the layer's configuration.
+BBIMPORTS = ["firmware"]

@@ -1,0 +1,41 @@
+// Opening private keys, wherever they are.
+
+#pragma once
+
+#include <string>
+
+#include "OpenSsl.h"
+#include "Secret.h"
+
+namespace Norv::Corvane::Pack {
+
+struct KeySource {
+    // A file in any form that libcrypto reads (PEM, DER, PKCS#8, encrypted or not, PKCS#12), or the
+    // "pkcs11:" URI of an object in a token.
+    std::string location;
+    PassphraseSource passphrase = noPassphrase;
+    // The PKCS#11 module of a token; the system's own choice when empty.
+    std::string module = {};
+};
+
+struct PrivateKey {
+    // What has to outlive the key: the connection to its token, for one.
+    std::shared_ptr<void> keeper;
+    KeyPtr key;
+};
+
+bool isTokenUri(const std::string& location);
+
+// Throws `PackError`: a file that cannot be read or holds no key, a passphrase that is needed and
+// missing, and one that is wrong, each have a message of their own. So have a token's wrong PIN and
+// an object that it does not hold.
+PrivateKey openPrivateKey(const KeySource& source);
+
+// The first private key that the store delivers; null for none.
+KeyPtr firstKey(OSSL_STORE_CTX* store);
+
+// The file as a whole, however it is read; a pipe may stand for it. At most `limit` bytes. Throws
+// `PackError`.
+std::string readSmallFile(const std::string& path, std::size_t limit);
+
+}  // namespace Norv::Corvane::Pack

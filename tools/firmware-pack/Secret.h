@@ -1,0 +1,44 @@
+// Passphrases and PINs: where they come from, and memory that forgets them.
+
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace Norv::Corvane::Pack {
+
+// Text that is overwritten when it is no longer needed. Movable, not copyable.
+class Secret {
+public:
+    explicit Secret(std::string text) : text_(std::move(text)) {}
+    ~Secret();
+    Secret(Secret&& other) noexcept;
+    Secret& operator=(Secret&& other) noexcept;
+    Secret(const Secret&) = delete;
+    Secret& operator=(const Secret&) = delete;
+
+    const std::string& text() const { return text_; }
+
+private:
+    std::string text_;
+};
+
+// Asked at most once for a key, and only if the key needs it. `what` names what it opens. None when
+// there is nothing to answer with; throws `PackError` when the place that was named has no answer.
+using PassphraseSource = std::function<std::optional<Secret>(const std::string& what)>;
+
+// Nobody is asked.
+std::optional<Secret> noPassphrase(const std::string& what);
+
+// The first line of a file, or of what a descriptor delivers.
+PassphraseSource passphraseFromFile(std::string path);
+PassphraseSource passphraseFromDescriptor(int descriptor);
+
+// The value of an environment variable.
+PassphraseSource passphraseFromEnvironment(std::string variable);
+
+// Asks on the process's terminal, without an echo; none when it has no terminal.
+std::optional<Secret> passphraseFromTerminal(const std::string& what);
+
+}  // namespace Norv::Corvane::Pack

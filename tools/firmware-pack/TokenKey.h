@@ -1,0 +1,13 @@
+// Private keys that stay in a PKCS#11 token.
+
+#pragma once
+
+#include "PrivateKey.h"
+
+namespace Norv::Corvane::Pack {
+
+// Opens the key with OpenSSL's provider for PKCS#11 where there is one (pkcs11-provider), with its
+// engine otherwise (libengine-pkcs11-openssl). Throws `PackError`.
+PrivateKey openTokenKey(const KeySource& source);
+
+}  // namespace Norv::Corvane::Pack

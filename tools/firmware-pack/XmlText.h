@@ -1,0 +1,19 @@
+// Places in the text of an XML document.
+
+#pragma once
+
+#include <optional>
+#include <string_view>
+
+namespace Norv::Corvane::Pack {
+
+struct TextRange {
+    std::size_t begin = 0;
+    std::size_t end = 0;
+};
+
+// Where the element child number `index` of the root element stands, tags included. None when there
+// is no such child. The text has to be a well-formed document in UTF-8.
+std::optional<TextRange> rootChildRange(std::string_view xml, std::size_t index);
+
+}  // namespace Norv::Corvane::Pack
