@@ -230,8 +230,10 @@ private:
 
     // Gives some element a prefix, declared or not, at its start and at its end.
     void hideElement() {
-        const std::size_t from = word(1) * text_.size() >> 16;
-        const std::size_t at = text_.find('<', from);
+        // Often behind the signature, which may be most of the text.
+        const std::size_t signature = std::min(text_.find("</Signature>"), text_.size());
+        const std::size_t begin = byte(3) % 4 < 2 ? 0 : signature;
+        const std::size_t at = text_.find('<', begin + (word(1) * (text_.size() - begin) >> 16));
         const std::size_t end = at == std::string::npos ? at : text_.find_first_of(" />", at + 1);
         if (end == std::string::npos || end == at + 1) {
             return;
