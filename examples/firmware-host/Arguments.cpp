@@ -163,23 +163,25 @@ void takeAction(const Words& words, Arguments& arguments) {
     arguments.scriptLog = single("--script-log", words.scriptLog);
 }
 
+const std::string& nonEmpty(const char* what, const std::string& path) {
+    if (path.empty()) {
+        refuse("the path of the " + std::string(what) + " is empty");
+    }
+    return path;
+}
+
 void takePaths(const Words& words, Arguments& arguments) {
     const std::vector<std::string>& paths = words.paths;
-    const bool enough = paths.size() == 3 || (paths.size() == 2 && words.verify);
-    if (!enough) {
+    if (paths.size() > 3 || paths.size() < (words.verify ? 2 : 3)) {
         refuse(words.verify
                    ? "two or three paths are needed: certificate, package and target directory"
                    : "three paths are needed: certificate, package and target directory");
     }
-    const char* const names[] = {"certificate", "package", "target directory"};
-    for (std::size_t i = 0; i < paths.size(); ++i) {
-        if (paths[i].empty()) {
-            refuse("the path of the " + std::string(names[i]) + " is empty");
-        }
+    arguments.certificate = nonEmpty("certificate", paths[0]);
+    arguments.package = nonEmpty("package", paths[1]);
+    if (paths.size() == 3) {
+        arguments.target = nonEmpty("target directory", paths[2]);
     }
-    arguments.certificate = paths[0];
-    arguments.package = paths[1];
-    arguments.target = paths.size() == 3 ? paths[2] : "";
 }
 
 }  // namespace

@@ -24,7 +24,8 @@ void EventQueue::post(Event event) {
         events_.push_back(std::move(event));
     }
     const std::uint64_t one = 1;
-    while (::write(descriptor_, &one, sizeof one) < 0 && errno == EINTR) {
+    // Without this the event would lie there unseen. A counter that is full says enough.
+    while (::write(descriptor_, &one, sizeof one) < 0 && errno != EAGAIN) {
     }
 }
 

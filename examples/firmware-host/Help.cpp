@@ -15,7 +15,7 @@ struct Option {
 // CMake reads these entries, too: three literals each, without semicolon, bracket or backslash.
 constexpr Option options[] = {
     {"--verify", "", "check the package and its payload, install nothing"},
-    {"--dry-run", "", "as --verify, and say of each file whether it is new, the same or changed"},
+    {"--dry-run", "", "as --verify, and say whether each file is new, the same or changed"},
     {"--json", "", "write one JSON object a line instead of text"},
     {"--no-check", "", "do not check the whole payload before the first file is installed"},
     {"--device-file", "FILE", "read model, hardware revision and installed version from FILE"},
@@ -72,5 +72,5 @@ std::string helpText() {
     text +=
         "\nCtrl-C (SIGINT), SIGTERM and SIGHUP ask for cancellation: the file under way is "
         "finished, and\nwhat is installed by then stays.\n\n";
-    return text + "Exit status: " + exitStatus + '\n';
+    return text + "Exit status:\n" + exitStatus + '\n';
 }

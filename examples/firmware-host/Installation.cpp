@@ -45,7 +45,7 @@ void waitForAnything(const Signals& signals, const EventQueue& events,
 }
 
 // What was printed before an event is shown before it.
-void handle(Event event, Report& report, ScriptOutput& scripts) {
+void handle(const Event& event, Report& report, ScriptOutput& scripts) {
     scripts.read();
     switch (event.kind) {
         case Event::Kind::Progress:

@@ -103,9 +103,7 @@ void ScriptOutput::read() {
 void ScriptOutput::finish() {
     read();
     for (Source& source : sources_) {
-        if (!source.beginning.empty()) {
-            onLine_(source.name, std::exchange(source.beginning, {}));
-        }
+        finish(source);
     }
 }
 
@@ -125,11 +123,9 @@ bool ScriptOutput::readFrom(Source& source) {
         if (count > 0) {
             source.beginning.append(chunk.data(), static_cast<std::size_t>(count));
             left -= static_cast<std::size_t>(count);
-            handOn(source);
+            splitLines(source);
         } else if (count == 0) {
-            if (!source.beginning.empty()) {
-                onLine_(source.name, source.beginning);
-            }
+            finish(source);
             return false;
         } else if (errno != EINTR) {
             return errno == EAGAIN;
@@ -138,23 +134,32 @@ bool ScriptOutput::readFrom(Source& source) {
     return true;
 }
 
-void ScriptOutput::handOn(Source& source) {
+void ScriptOutput::splitLines(Source& source) const {
     std::string& text = source.beginning;
     std::size_t start = 0;
     for (std::size_t end = 0; (end = text.find('\n', start)) != std::string::npos;
          start = end + 1) {
-        std::size_t length = end - start;
-        if (length > 0 && text[end - 1] == '\r') {
-            --length;
-        }
-        std::string line = text.substr(start, length);
-        std::replace(line.begin(), line.end(), '\t', ' ');
-        onLine_(source.name, line);
+        handOn(source.name, text.substr(start, end - start));
     }
     text.erase(0, start);
     while (text.size() > longestLine) {
         const std::size_t end = splitPoint(text);
-        onLine_(source.name, text.substr(0, end));
+        handOn(source.name, text.substr(0, end));
         text.erase(0, end);
     }
+}
+
+void ScriptOutput::finish(Source& source) const {
+    if (!source.beginning.empty()) {
+        handOn(source.name, std::exchange(source.beginning, {}));
+    }
+}
+
+// Ends of lines may be those of another system, and tabs would not line up behind a name.
+void ScriptOutput::handOn(const std::string& script, std::string line) const {
+    if (!line.empty() && line.back() == '\r') {
+        line.pop_back();
+    }
+    std::replace(line.begin(), line.end(), '\t', ' ');
+    onLine_(script, line);
 }

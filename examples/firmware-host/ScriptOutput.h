@@ -60,7 +60,9 @@ private:
     };
 
     bool readFrom(Source& source);
-    void handOn(Source& source);
+    void splitLines(Source& source) const;
+    void finish(Source& source) const;
+    void handOn(const std::string& script, std::string line) const;
 
     std::vector<std::string> names_;
     std::size_t started_ = 0;

@@ -76,6 +76,8 @@ TEST(HostCompletion, OffersEveryOptionAndFilesForTheirValues) {
     };
     EXPECT_EQ(offered("firmware-host --"), namesInHelp());
     EXPECT_EQ(offered("firmware-host --dr"), std::set<std::string>{"--dry-run"});
+    // A value is no option, whatever it begins with.
+    EXPECT_EQ(offered("firmware-host --model --dr"), std::set<std::string>{""});
     const std::string page = FIRMWARE_HOST_MANUAL;
     const std::string beginning = page.substr(0, page.size() - 1);
     EXPECT_EQ(offered("firmware-host " + beginning), std::set<std::string>{page});

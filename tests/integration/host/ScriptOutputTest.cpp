@@ -93,6 +93,41 @@ TEST_F(HostScripts, PrintEndlesslyInTheBackgroundWithoutHoldingTheHostUp) {
     EXPECT_EQ(readFile(target / "later"), "a");
 }
 
+TEST_F(HostScripts, LeaveTheHostItsOwnStreams) {
+    const auto package =
+        PackageBuilder()
+            .script(
+                "Script.run",
+                "tries=0\n"
+                "while [ \"$(readlink /proc/$PPID/fd/1)\" = \"$(readlink /proc/$$/fd/1)\" ]; do\n"
+                "    tries=$((tries + 1)); [ $tries -lt 500 ] || exit 1; sleep 0.01\n"
+                "done\n")
+            .build(directory);
+    EXPECT_EQ(run(command(package)).status, 0);
+}
+
+TEST_F(HostScripts, AreHeardToTheEndBeforeTheirFailureIsTold) {
+    // More than fits into the pipe that nobody reads from until the script has ended.
+    const auto package = PackageBuilder()
+                             .script("Script.run",
+                                     "i=0; while [ $i -lt 3600 ]; do\n"
+                                     "    echo \"line $i of many, many more\"; i=$((i + 1))\n"
+                                     "done\n"
+                                     "echo > \"${0%/*}/ended\"; exit 1\n")
+                             .build(directory);
+    std::vector<std::string> words = {"sh", "-c",
+                                      "\"$@\" 2>&1 | {\n"
+                                      "    i=0; until [ -e \"$0/ended\" ] || [ $i -gt 999 ]; do\n"
+                                      "        i=$((i + 1)); sleep 0.01; done\n"
+                                      "    sleep 0.5; cat; }",
+                                      target.path().string()};
+    const std::vector<std::string> host = command(package);
+    words.insert(words.end(), host.begin(), host.end());
+    const std::string out = run(words).out;
+    EXPECT_LT(out.find("line 3599 of"), out.find("Failed to process"));
+    EXPECT_THAT(out, HasSubstr("Failed to process"));
+}
+
 TEST_F(HostScripts, PrintLongLinesInPieces) {
     const auto package = PackageBuilder()
                              .script("Script.run", "head -c 10000 /dev/zero | tr '\\0' x\n")
@@ -138,7 +173,10 @@ TEST_F(HostScripts, DoNotFailBecauseTheirLogFileTakesNoMore) {
 
 TEST_F(HostScripts, AreHeardToTheEndBeforeTheProcessEndsForWantOfAFile) {
     const auto package = PackageBuilder()
-                             .script("Script.run", "echo last words\n")
+                             .script("Script.run",
+                                     "sleep 600 &\n"
+                                     "echo $! > \"${0%/*}/left\"\n"
+                                     "printf 'last words'\n")
                              .firmware("app", "a")
                              .omit("app")
                              .build(directory);
@@ -146,6 +184,7 @@ TEST_F(HostScripts, AreHeardToTheEndBeforeTheProcessEndsForWantOfAFile) {
     EXPECT_EQ(result.status, 128 + SIGABRT);
     EXPECT_THAT(result.out, HasSubstr("Script.run: last words\n"));
     EXPECT_THAT(result.err, HasSubstr("firmware-host: installation failed: No such file\n"));
+    ::kill(std::stoi(readFile(target / "left")), SIGKILL);
 }
 
 TEST_F(HostScripts, GetTheEnvironmentOfTheUser) {

@@ -5,10 +5,12 @@
 // thread at a time. The destructor waits for the whole installation and does not cancel it.
 //
 // Every file is read once, checked against its signed digest, written, and run if it is a script.
-// The first failure ends the installation; what is installed by then stays. A failure that no
+// The first failure ends the installation; what is installed by then stays. A file is written while
+// its digest is taken, so a payload that turns out wrong has replaced the file that was there. To
+// rule that out, check every file with `FirmwarePackage::validate` before. A failure that no
 // verdict can express (a listed entry that is not in the archive, a directory that may not be
-// searched, a callback that throws, memory that runs out) ends the process instead: success is
-// never reported by accident.
+// searched, a callback that throws, memory that runs out) ends the process instead, so success is
+// never reported by mistake.
 
 #pragma once
 
