@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <vector>
 
 namespace Norv::Corvane::Fuzz {
@@ -99,6 +100,15 @@ public:
         : text_(text), bytes_(bytes), starts_(boundaries(text)) {}
 
     void apply() {
+        if (byte(0) >= firstCompoundEdit) {
+            applyCompound();
+        } else {
+            applySimple();
+        }
+    }
+
+private:
+    void applySimple() {
         const std::size_t pieces = starts_.size() - 1;
         const std::size_t piece = std::min(word(1) * pieces >> 16, pieces == 0 ? 0 : pieces - 1);
         const std::size_t at = starts_[piece];
@@ -142,7 +152,23 @@ public:
         }
     }
 
-private:
+    void applyCompound() {
+        switch (byte(0) - firstCompoundEdit) {
+            case 0:
+                hideElement();
+                break;
+            case 1:
+                fillDictionary();
+                break;
+            case 2:
+                addTail();
+                break;
+            default:
+                hideInComment();
+                break;
+        }
+    }
+
     unsigned byte(std::size_t i) const { return static_cast<unsigned char>(bytes_[i]); }
     std::size_t word(std::size_t i) const { return byte(i) * 256U + byte(i + 1); }
 
@@ -200,6 +226,75 @@ private:
             text_[at] = text_[at] == '"' ? '\'' : '"';
             ++at;
         }
+    }
+
+    // Gives some element a prefix, declared or not, at its start and at its end.
+    void hideElement() {
+        // Often behind the signature, which may be most of the text.
+        const std::size_t signature = std::min(text_.find("</Signature>"), text_.size());
+        const std::size_t begin = byte(3) % 4 < 2 ? 0 : signature;
+        const std::size_t at = text_.find('<', begin + (word(1) * (text_.size() - begin) >> 16));
+        const std::size_t end = at == std::string::npos ? at : text_.find_first_of(" />", at + 1);
+        if (end == std::string::npos || end == at + 1) {
+            return;
+        }
+        const std::string name = text_.substr(at + 1, end - at - 1);
+        const std::size_t close = text_.find("</" + name + ">", at);
+        if (close != std::string::npos) {
+            text_.insert(close + 2, "p:");
+        }
+        text_.insert(end, byte(3) % 2 == 0 ? "" : " xmlns:p=\"u:p\"");
+        text_.insert(at + 1, "p:");
+    }
+
+    // Adds an object to the signature, with all names of the text and as many more as there may be
+    // room for.
+    void fillDictionary() {
+        std::string content = "<?p?>";
+        for (std::size_t i = 0; i + 1 < starts_.size(); ++i) {
+            const std::string name = text_.substr(starts_[i], starts_[i + 1] - starts_[i]);
+            const auto isLetter = [](char c) {
+                return std::isalpha(static_cast<unsigned char>(c));
+            };
+            if (std::all_of(name.begin(), name.end(), isLetter) && name.rfind("xml", 0) != 0) {
+                content += "<?" + name + "?>";
+            }
+        }
+        constexpr std::size_t longest = 200;
+        // Parts of names first: these are not lost silently.
+        for (std::size_t length = longest; length > 1; length /= 2) {
+            content += "<p:" + std::string(length, 'f') + "/>";
+        }
+        for (std::size_t length = longest; length > 1; length /= 2) {
+            for (char c = 'a'; c <= 'z'; ++c) {
+                content += std::string("<") + c + ":" + std::string(length, 'f') + "/>";
+            }
+        }
+        insertInSignature("<Object>" + content + "</Object>");
+    }
+
+    // Content that follows a comment to one parser, and is part of it to another.
+    void addTail() {
+        const std::size_t end = text_.rfind("</");
+        if (end != std::string::npos) {
+            text_.insert(end, "<?" + std::string(byte(3), 't') + " <!-- ?><Files>" +
+                                  std::string(evilFile) + "</Files>");
+            text_ += "-->";
+        }
+    }
+
+    // The same, should the start of the comment be lost.
+    void hideInComment() {
+        const std::size_t end = text_.rfind("</");
+        if (end != std::string::npos) {
+            text_.insert(end, "<!--" + std::string(byte(3), ' ') + "<?p --><Files>" +
+                                  std::string(evilFile) + "</Files><?p ?>");
+        }
+    }
+
+    void insertInSignature(const std::string& what) {
+        const std::size_t end = text_.find("</Signature>");
+        text_.insert(std::min(end, text_.size()), what);
     }
 
     std::string& text_;

@@ -3,7 +3,8 @@
 //
 // An input is a manifest without values in its signature, and after a byte 0xFF any number of
 // edits. The manifest is signed with the trusted key, as an honest maker of packages would, and the
-// edits are an attacker's.
+// edits are an attacker's. In front may stand what the check has to make do with: little room for
+// names, an allocation that fails. The bytes that were signed are read without such limits.
 
 #include "FuzzTarget.h"
 
@@ -20,6 +21,7 @@
 #include <unordered_map>
 
 #include "Keys.h"
+#include "LibraryLimits.h"
 #include "ManifestEdits.h"
 #include "ManifestReading.h"
 #include "Norv/Corvane/Common/FirmwareDescriptionValidator.h"
@@ -60,6 +62,7 @@ public:
     Session() {
         auto quiet = std::make_shared<spdlog::sinks::null_sink_mt>();
         spdlog::set_default_logger(std::make_shared<spdlog::logger>("quiet", quiet));
+        Fuzz::LimitedLibrary::prepare();
         const Test::KeyFiles files = Test::writeKey(key, directory_);
         if (Common::FirmwareDescriptionValidator::Init() || validator.Open(files.certificate)) {
             std::abort();
@@ -88,13 +91,18 @@ private:
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static Session session;
-    const std::string input(reinterpret_cast<const char*>(data), size);
+    const std::string_view whole(reinterpret_cast<const char*>(data), size);
+    const std::string input(Fuzz::withoutLimits(whole));
     const std::size_t end = std::min(input.find('\xFF'), input.size());
     const std::string_view edits = std::string_view(input).substr(std::min(end + 1, input.size()));
 
     const std::string manifest =
         Fuzz::edited(session.signer.sign(input.substr(0, end), session.key), edits);
-    const boost::optional<bool> verdict = session.validator.ValidateSignature(manifest);
+    boost::optional<bool> verdict;
+    {
+        const Fuzz::LimitedLibrary limited(Fuzz::limitsOf(whole));
+        verdict = session.validator.ValidateSignature(manifest);
+    }
     ++session.judged;
     if (verdict != true) {
         return 0;

@@ -5,21 +5,43 @@
 #include <cstring>
 #include <random>
 #include <string>
+#include <string_view>
 
+#include "LibraryLimits.h"
 #include "ManifestEdits.h"
 
 extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maxSize);
 
 namespace {
 
+using Norv::Corvane::Fuzz::compoundEdits;
 using Norv::Corvane::Fuzz::editSize;
+using Norv::Corvane::Fuzz::firstCompoundEdit;
+using Norv::Corvane::Fuzz::limitsMark;
+using Norv::Corvane::Fuzz::limitsSize;
+using Norv::Corvane::Fuzz::withoutLimits;
 
 std::string randomEdits(std::minstd_rand& random, std::size_t count) {
     std::string edits(count * editSize, '\0');
     for (char& byte : edits) {
         byte = static_cast<char>(random() >> 8);
     }
+    if (random() % 4 == 0) {
+        edits.front() = static_cast<char>(firstCompoundEdit + random() % compoundEdits);
+    }
     return edits;
+}
+
+// Allocations are some thousands.
+std::string randomLimits(std::minstd_rand& random) {
+    if (random() % 4 == 0) {
+        return {};
+    }
+    const auto byte = [](unsigned long value) { return static_cast<char>(value); };
+    const bool memory = random() % 2 == 0;
+    const unsigned long fault = memory ? 1 + random() % 4096 : 0;
+    return {limitsMark, byte(memory ? 0 : random() >> 8), byte(fault / 256), byte(fault % 256),
+            byte(random() % 4 == 0 ? 1 : 0)};
 }
 
 std::string mutatedBytes(std::string bytes, std::size_t maxSize) {
@@ -35,12 +57,17 @@ std::string mutatedBytes(std::string bytes, std::size_t maxSize) {
 extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size,
                                                std::size_t maxSize, unsigned seed) {
     std::minstd_rand random(seed);
-    const std::string input(reinterpret_cast<const char*>(data), size);
+    const std::string_view whole(reinterpret_cast<const char*>(data), size);
+    const std::string input(withoutLimits(whole));
+    const bool sameLimits = random() % 2 == 0;
+    const std::string limits =
+        sameLimits ? std::string(whole.substr(0, size - input.size())) : randomLimits(random);
     const std::size_t end = std::min(input.find('\xFF'), input.size());
     std::string manifest = input.substr(0, end);
     std::string edits = input.substr(std::min(end + 1, input.size()));
 
-    switch (random() % 12) {
+    // Other limits alone are a mutation.
+    switch (sameLimits ? random() % 12 : random() % 24) {
         case 0:
             // The maker of the package writes something else.
             manifest = Norv::Corvane::Fuzz::edited(manifest, randomEdits(random, 1 + random() % 2));
@@ -60,14 +87,19 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
         case 7:
             edits = randomEdits(random, 1);
             break;
-        default:
+        case 8:
+        case 9:
+        case 10:
+        case 11:
             edits = edits.substr(0, edits.size() / editSize * editSize) + randomEdits(random, 1);
+            break;
+        default:
             break;
     }
     // Every edit of an attacker must find its way past the others.
     constexpr std::size_t mostEdits = 6;
     edits.resize(std::min(edits.size(), mostEdits * editSize));
-    const std::string output = edits.empty() ? manifest : manifest + '\xFF' + edits;
+    const std::string output = limits + (edits.empty() ? manifest : manifest + '\xFF' + edits);
     const std::size_t length = std::min(output.size(), maxSize);
     std::memcpy(data, output.data(), length);
     return length;

@@ -183,6 +183,17 @@ TEST_F(ValidateSignature, IsEmptyWithoutALookForWhatWouldTakeTooLongToParse) {
     EXPECT_THAT(log.allRecords(), IsEmpty());
 }
 
+// Nothing of the declarations is looked at: the parser would have complained.
+TEST_F(ValidateSignature, EndsAtADocumentType) {
+    for (const std::string declarations :
+         {"<!ENTITY a 'b'><!BOGUS>", "%bogus;", "<!ATTLIST Files LocalFilePath CDATA 'evil>"}) {
+        EXPECT_EQ(validator.ValidateSignature(insertedBefore(
+                      manifest, "<Firm", "<!DOCTYPE FirmwareDescription [" + declarations + "]>")),
+                  boost::none);
+    }
+    EXPECT_THAT(log.allRecords(), IsEmpty());
+}
+
 // The exceptions of standard classes stay in the logger.
 class ThrowingSink : public spdlog::sinks::base_sink<std::mutex> {
 public:

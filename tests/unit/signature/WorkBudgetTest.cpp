@@ -97,6 +97,23 @@ TEST(WorkBudget, RefusesMuchFarFromTheRoot) {
     }
 }
 
+// What looks like markup there would be too much of it.
+TEST(WorkBudget, TakesTheContentOfCommentsInstructionsAndCharacterDataForNone) {
+    const std::string markup = "<a" + attributes(100000) + ">";
+    EXPECT_FALSE(allowsParsing("<R>" + markup + "</a></R>"));
+    EXPECT_TRUE(allowsParsing("<R><![CDATA[" + markup + "]]></R>"));
+    EXPECT_TRUE(allowsParsing("<R><![CDATA[>" + markup + "]]></R>"));
+    EXPECT_TRUE(allowsParsing("<R><!--" + markup + "--></R>"));
+    // That comment has not ended yet.
+    EXPECT_TRUE(allowsParsing("<R><!-->" + markup + "--></R>"));
+    EXPECT_TRUE(allowsParsing("<R><!--->" + markup + "--></R>"));
+    EXPECT_TRUE(allowsParsing("<R><?p " + markup + "?></R>"));
+    // Each of these has.
+    EXPECT_FALSE(allowsParsing("<R><![CDATA[]]>" + markup + "]]></R>"));
+    EXPECT_FALSE(allowsParsing("<R><!---->" + markup + "--></R>"));
+    EXPECT_FALSE(allowsParsing("<R><?p?>" + markup + "?></R>"));
+}
+
 TEST(WorkBudget, RefusesManyInstructionsBesideTheRoot) {
     EXPECT_TRUE(allowsParsing(repeated("<?a?>", 10) + "<R/>"));
     EXPECT_FALSE(allowsParsing(repeated("<?a?>", 50000) + "<R/>"));
