@@ -4,9 +4,10 @@ trusted certificate and installs it; firmware-pack makes and signs such packages
 on the build machine, too."
 SECTION = "libs"
 
-# The owner has chosen no licence yet; "CLOSED" is the value that says so and claims none. The headers
-# that the -dev package copies from libtorrent are under libtorrent's own.
-LICENSE = "CLOSED"
+# The owner has chosen no licence yet. The headers that the -dev package copies from libtorrent are
+# under libtorrent's own.
+LICENSE = "LicenseRef-corvane-none-chosen-yet"
+LIC_FILES_CHKSUM = "file://${CORVANE_LICENSES}/LicenseRef-corvane-none-chosen-yet;md5=f0ca881be4b05e825a070723086cab29"
 
 DEPENDS = "boost fmt libtorrent-rasterbar libxml2 libzip openssl pugixml spdlog xmlsec1"
 

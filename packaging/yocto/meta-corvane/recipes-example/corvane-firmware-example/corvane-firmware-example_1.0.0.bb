@@ -1,5 +1,6 @@
 SUMMARY = "Example of a signed firmware package made by an image build"
-LICENSE = "CLOSED"
+LICENSE = "LicenseRef-corvane-none-chosen-yet"
+LIC_FILES_CHKSUM = "file://${CORVANE_LICENSES}/LicenseRef-corvane-none-chosen-yet;md5=f0ca881be4b05e825a070723086cab29"
 
 SRC_URI = "file://activate.sh"
 
