@@ -55,7 +55,7 @@ boost::optional<bool> judge(xmlSecKeysMngr* manager, boost::string_view descript
     std::size_t elementsBeforeSignature = 0;
     Verification verification;
     {
-        const LibraryStateGuard guard;
+        LibraryStateGuard guard;
         const SignedDocument document(description, guard.complaints());
         xmlNode* const signature = document ? document.signature() : nullptr;
         if (signature == nullptr) {
@@ -72,7 +72,7 @@ boost::optional<bool> judge(xmlSecKeysMngr* manager, boost::string_view descript
         if (keepAtOnce || verification.verdict == true) {
             verification = verifySignature(manager, signature, description.size() / 2 * 3);
         }
-        if (guard.complaints().memoryLacked()) {
+        if (guard.memoryLacked()) {
             return boost::none;
         }
         elementsBeforeSignature = SignedDocument::elementsBefore(signature);

@@ -81,7 +81,12 @@ void LibraryComplaints::takeGeneric(void* complaints, const char* format, ...) {
 void LibraryComplaints::takeXmlSec(const char* /*file*/, int line, const char* function,
                                    const char* object, const char* subject, int reason,
                                    const char* message) noexcept {
-    if (ofThisThread == nullptr || !ofThisThread->count()) {
+    if (ofThisThread == nullptr) {
+        return;
+    }
+    ofThisThread->memoryLacked_ |=
+        reason == XMLSEC_ERRORS_R_MALLOC_FAILED || reason == XMLSEC_ERRORS_R_STRDUP_FAILED;
+    if (!ofThisThread->count()) {
         return;
     }
     try {

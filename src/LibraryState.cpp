@@ -42,6 +42,14 @@ LibraryStateGuard::~LibraryStateGuard() {
     }
 }
 
+bool LibraryStateGuard::memoryLacked() noexcept {
+    bool lacked = complaints_.memoryLacked();
+    while (const unsigned long error = ERR_get_error()) {
+        lacked |= ERR_GET_REASON(error) == ERR_R_MALLOC_FAILURE;
+    }
+    return lacked;
+}
+
 void LibraryStateGuard::saveOpenSslErrors() {
     OpenSslError error{};
     const char* file = nullptr;

@@ -27,6 +27,10 @@ public:
 
     const LibraryComplaints& complaints() const noexcept { return complaints_; }
 
+    // Whether a library could not get memory since the guard was made. OpenSSL's errors of that
+    // time are gone afterwards.
+    bool memoryLacked() noexcept;
+
 private:
     struct OpenSslError {
         unsigned long code;

@@ -188,7 +188,9 @@ TEST_F(AllocationSweep, MakesNoHonestManifestSomethingElse) {
         EXPECT_EQ(validator.ValidateSignature(manifest), true);
     }
     EXPECT_EQ(result.exceptions, 0U);
-    std::printf("%lu runs, %lu true, %lu false\n", result.runs, accepted, result.wrong);
+    // Without memory there is no verdict, not even a wrong one.
+    EXPECT_EQ(result.wrong, 0U);
+    std::printf("%lu runs, %lu true\n", result.runs, accepted);
 }
 
 TEST_F(AllocationSweep, LetsNoExceptionOutOfLoadingACertificate) {
