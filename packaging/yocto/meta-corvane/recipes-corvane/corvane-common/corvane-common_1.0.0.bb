@@ -9,7 +9,7 @@ SECTION = "libs"
 LICENSE = "LicenseRef-corvane-none-chosen-yet"
 LIC_FILES_CHKSUM = "file://${CORVANE_LICENSES}/LicenseRef-corvane-none-chosen-yet;md5=f0ca881be4b05e825a070723086cab29"
 
-DEPENDS = "boost fmt libtorrent-rasterbar libxml2 libzip openssl pugixml spdlog xmlsec1"
+DEPENDS = "boost cli11 fmt libtorrent-rasterbar libxml2 libzip openssl pugixml spdlog tomlplusplus xmlsec1"
 
 inherit cmake pkgconfig bash-completion externalsrc
 

@@ -1,0 +1,2 @@
+# firmware-pack is built for the build machine, too.
+BBCLASSEXTEND += "native"
