@@ -3,6 +3,7 @@
 #include <poll.h>
 #include <pty.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <array>
@@ -105,6 +106,18 @@ TEST_F(PackKey, SaysWhatIsWrongWithAPassphrase) {
               "firmware-pack: error: rsa.cert.pem holds no private key\n");
 }
 
+// Whether the terminal no longer echoes what is typed, within a minute.
+bool waitUntilSilent(int terminal) {
+    termios mode{};
+    for (int i = 0; i < 6000; ++i) {
+        if (::tcgetattr(terminal, &mode) == 0 && (mode.c_lflag & tcflag_t{ECHO}) == 0) {
+            return true;
+        }
+        ::usleep(10000);
+    }
+    return false;
+}
+
 // What a person at a terminal sees and types.
 TEST_F(PackKey, PassphrasesAreAskedForOnTheTerminalWithoutAnEcho) {
     make("openssl pkcs8 -topk8 -in rsa.key.pem -passout pass:secret -out enc.pem");
@@ -138,6 +151,8 @@ TEST_F(PackKey, PassphrasesAreAskedForOnTheTerminalWithoutAnEcho) {
         output.append(chunk.data(), static_cast<std::size_t>(count));
         if (!typed && output.find("Passphrase for enc.pem: ") != std::string::npos) {
             typed = true;
+            // The prompt comes before the echo is off, and nobody types that fast.
+            EXPECT_TRUE(waitUntilSilent(terminal));
             EXPECT_EQ(::write(terminal, "secret\n", 7), 7);
         }
     }
