@@ -75,7 +75,10 @@ void LibraryComplaints::takeGeneric(void* complaints, const char* format, ...) {
     va_start(arguments, format);
     std::vsnprintf(text.data(), text.size(), format, arguments);
     va_end(arguments);
-    static_cast<LibraryComplaints*>(complaints)->log(text.data(), 0);
+    auto& self = *static_cast<LibraryComplaints*>(complaints);
+    // With a handler for structured errors, this is where libxml2's lists say that they got none.
+    self.memoryLacked_ = true;
+    self.log(text.data(), 0);
 }
 
 void LibraryComplaints::takeXmlSec(const char* /*file*/, int line, const char* function,

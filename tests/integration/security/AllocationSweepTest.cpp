@@ -151,7 +151,13 @@ std::vector<std::string> honest() {
     several.method = Algorithm::ecdsaSha256;
     several.references.push_back(several.references[0]);
     several.references[1].transforms = {Algorithm::enveloped, Algorithm::inclusive};
-    return {genuine(), withoutFiles(), genuine(plainManifest(), Algorithm::inclusive11),
+    return {genuine(),
+            withoutFiles(),
+            genuine(plainManifest(), Algorithm::inclusive),
+            genuine(plainManifest(), Algorithm::inclusive11),
+            genuine(plainManifest(), Algorithm::inclusiveWithComments),
+            genuine(plainManifest(), Algorithm::inclusive11WithComments),
+            genuine(plainManifest(), Algorithm::exclusiveWithComments),
             signAs(plainManifest(), several, ecKey()),
             withObject(withSignatureFirst(genuine()), "<x/>text")};
 }
