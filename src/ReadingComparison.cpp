@@ -153,7 +153,7 @@ bool ReadingComparison::agreesWith(char* bytes, std::size_t size) const {
     pugi::xml_document document;
     return signature_ && size != 0 &&
            document.load_buffer_inplace(bytes, size, options, pugi::encoding_utf8) &&
-           sameReading(Walk(manifest_, signature_), Walk(document, {}));
+           sameReading(Walk(manifest_.root(), signature_), Walk(document.root(), {}));
 }
 
 }  // namespace Norv::Corvane::Common
