@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <fstream>
 #include <system_error>
-#include <tuple>
 
 #include "HostError.h"
 
@@ -19,11 +18,6 @@ namespace {
 constexpr char modelKey[] = "model";
 constexpr char revisionKey[] = "hardware-revision";
 constexpr char versionKey[] = "installed-version";
-
-bool older(const Version& a, const Version& b) {
-    return std::tie(a.major, a.minor, a.patch, a.build) <
-           std::tie(b.major, b.minor, b.patch, b.build);
-}
 
 std::string listed(const std::vector<std::string>& words) {
     std::string text;
@@ -107,7 +101,7 @@ void requireMeantFor(const Device& device, bool allowDowngrade, const std::strin
                         *device.hardwareRevision + ", only: " + listed(revisions));
     }
     if (device.installedVersion && !allowDowngrade &&
-        older(description.version, *device.installedVersion)) {
+        description.version < *device.installedVersion) {
         throw HostError(package + " brings version " + to_string(description.version) +
                         ", older than " + to_string(*device.installedVersion) +
                         ", which is installed; --allow-downgrade installs it");

@@ -12,7 +12,6 @@
 #include <cstdio>
 #include <exception>
 #include <future>
-#include <tuple>
 
 using namespace Norv::Corvane::Common;
 using Norv::Ombrel::Project::DeviceType;
@@ -23,16 +22,11 @@ const auto model = DeviceType::Type::QA01RTVN;
 const char* const hardwareRevision = "A";
 const Version installed = {1, 0, 0, 0};
 
-bool older(const Version& a, const Version& b) {
-    return std::tie(a.major, a.minor, a.patch, a.build) <
-           std::tie(b.major, b.minor, b.patch, b.build);
-}
-
 bool meantForThisDevice(const FirmwareDescription& description) {
     const auto& revisions = description.supportedHwRevs;
     return description.deviceType.type == model &&
            std::count(revisions.begin(), revisions.end(), hardwareRevision) > 0 &&
-           !older(description.version, installed);
+           description.version >= installed;
 }
 
 // The installer writes each file before it knows its digest, so all are read once before.
