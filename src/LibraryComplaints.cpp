@@ -62,7 +62,9 @@ void LibraryComplaints::includeXmlSec() {
 
 void LibraryComplaints::takeStructured(LibraryComplaints& complaints,
                                        const xmlError& error) noexcept {
-    const bool aboutNamespaces = error.domain == XML_FROM_NAMESPACE;
+    // A namespace's name that is no URI is a name all the same, and no instruction is read.
+    const bool aboutNamespaces = error.domain == XML_FROM_NAMESPACE &&
+                                 error.code != XML_WAR_NS_URI && error.code != XML_NS_ERR_COLON;
     complaints.memoryLacked_ |= error.code == XML_ERR_NO_MEMORY;
     complaints.fatal_ |=
         error.level == XML_ERR_FATAL || (error.level == XML_ERR_ERROR && aboutNamespaces);

@@ -45,7 +45,7 @@ public:
 
 private:
     int next(char* buffer, std::size_t length) noexcept {
-        if (complaints_.ruleOutDocument()) {
+        if (complaints_.ruleOutDocument() || rest_.empty()) {
             return 0;
         }
         const std::size_t size = std::min(length, rest_.size());

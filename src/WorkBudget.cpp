@@ -19,19 +19,23 @@ constexpr double stepsPerPassedByte = 3;
 constexpr double stepsPerPassedSlot = 250;
 // For each ancestor of a node that is searched for.
 constexpr double stepsPerAncestor = 4;
-// Memory for documents that are built from canonical output, per byte of text.
-constexpr double memoryPerByte = 32;
+// Documents are built from canonical output in portions of some 16 KB, and libxml2 looks through
+// an open tag or instruction anew with each.
+constexpr double rebuildingPortion = 1 << 15;
 constexpr double bytesPerNode = 160;
-constexpr double shortText = 1 << 20;
+// For all documents that are built from canonical output.
+constexpr double rebuiltMemory = 6e7;
 // A quotation mark in a value becomes "&quot;".
 constexpr double longestEscape = 6;
 // For canonical output that is kept before the signature is proven.
 constexpr double keptMemory = 48 << 20;
 // For the document itself: what is had in any case, how much more for each byte, which is what
 // honest manifests need, and never more than one of 100,000 files needs.
-constexpr double basicMemory = 64 << 20;
+constexpr double basicMemory = 56 << 20;
 constexpr double documentBytesPerByte = 12;
-constexpr double mostMemory = 256 << 20;
+constexpr double mostMemory = 244 << 20;
+// What it takes to write out the longest text or value, for each of its bytes.
+constexpr double bytesPerWritten = 8;
 // The parser's own limit: it refuses what is deeper.
 constexpr std::size_t deepest = 256;
 
@@ -94,11 +98,17 @@ private:
 
     bool skipPast(std::string_view token) {
         const std::size_t at = rest_.find(token);
+        notePiece(std::min(at, rest_.size()));
         rest_.remove_prefix(at == std::string_view::npos ? rest_.size() : at + token.size());
         return at != std::string_view::npos;
     }
 
+    void notePiece(std::size_t size) {
+        longestPiece_ = std::max(longestPiece_, static_cast<double>(size));
+    }
+
     void addStartTag() {
+        const std::size_t before = rest_.size();
         if (depth_ == deepest) {
             refused_ = true;
             return;
@@ -131,6 +141,7 @@ private:
             }
         }
         scope.attributes += attributes;
+        notePiece(before - rest_.size());
         open_[depth_++] = scope;
         addElement(attributes, scope);
         // A complaint about an attribute words the element's name.
@@ -169,8 +180,10 @@ private:
         const double repeated = slots_ * longest_;
         const double steps = searches * (1 + longest_ / 64) + repeated / 4 +
                              size_ * stepsPerPassedByte + slots_ * stepsPerPassedSlot;
+        const double treeBytes = nodes_ * bytesPerNode + size_ + longestPiece_ * bytesPerWritten;
         return {refused_ ? std::numeric_limits<double>::infinity() : steps,
-                nodes_ * bytesPerNode + repeated, size_ * longestEscape + repeated};
+                steps + longestPiece_ * size_ / rebuildingPortion, treeBytes,
+                treeBytes + repeated + size_, size_ * longestEscape + repeated};
     }
 
     double size_;
@@ -186,6 +199,8 @@ private:
     double slots_ = 0;
     double nodes_ = 0;
     double instructionsOutside_ = 0;
+    // Length of the longest text, comment, instruction or start tag.
+    double longestPiece_ = 0;
     // Length of the longest attribute name or namespace.
     double longest_ = 0;
 };
@@ -199,25 +214,31 @@ WorkBudget::Work workOn(boost::string_view text, double prefixes) {
 WorkBudget::WorkBudget(boost::string_view text) : text_(text), usual_(workOn(text, 0)) {}
 
 bool WorkBudget::allowsParsing() const {
-    const double memory = basicMemory + documentBytesPerByte * static_cast<double>(text_.size());
-    return usual_.steps <= mostSteps() && usual_.treeBytes <= std::min(memory, mostMemory);
+    return usual_.steps <= mostSteps() && usual_.treeBytes <= mostDocumentBytes();
 }
 
 bool WorkBudget::allowsVerification(const SignatureDemands& demands) const {
     const auto prefixes = static_cast<double>(demands.listedPrefixes);
+    const auto rebuiltTrees = static_cast<double>(demands.rebuiltTrees);
     const Work work = demands.listedPrefixes == 0 ? usual_ : workOn(text_, prefixes);
-    const double rebuiltBytes = work.treeBytes * static_cast<double>(demands.rebuiltTrees);
-    return work.steps * static_cast<double>(demands.passes) <= mostSteps() &&
-           rebuiltBytes <= memoryPerByte * std::max(static_cast<double>(text_.size()), shortText);
+    const double steps = work.steps * static_cast<double>(demands.passes) +
+                         (rebuiltTrees > 0 ? work.rebuildingSteps * rebuiltTrees : 0);
+    return steps <= mostSteps() && work.rebuiltBytes * rebuiltTrees <= rebuiltMemory;
 }
 
 bool WorkBudget::allowsKeeping(const SignatureDemands& demands) const {
-    return usual_.canonicalBytes * static_cast<double>(demands.references) <= keptMemory;
+    const double kept = usual_.canonicalBytes * static_cast<double>(demands.references);
+    return kept <= keptMemory && usual_.treeBytes + kept <= mostDocumentBytes();
 }
 
 double WorkBudget::mostSteps() const {
     return basicSteps +
            stepsPerByte * std::min(static_cast<double>(text_.size()), largestUsualText);
+}
+
+double WorkBudget::mostDocumentBytes() const {
+    return std::min(basicMemory + documentBytesPerByte * static_cast<double>(text_.size()),
+                    mostMemory);
 }
 
 }  // namespace Norv::Corvane::Common

@@ -21,8 +21,11 @@ public:
     struct Work {
         // Of one pass over the document.
         double steps;
-        // Size of a tree that is built from the document's canonical form.
+        // Of building a document anew from canonical output.
+        double rebuildingSteps;
+        // Size of the parser's tree, and of one that is built from canonical output.
         double treeBytes;
+        double rebuiltBytes;
         // At most, of one canonical form.
         double canonicalBytes;
     };
@@ -40,6 +43,7 @@ public:
 
 private:
     double mostSteps() const;
+    double mostDocumentBytes() const;
 
     boost::string_view text_;
     // For a signature that treats no namespace prefix specially, as nearly all of them.

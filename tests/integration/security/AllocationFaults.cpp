@@ -105,6 +105,10 @@ void* operator new(std::size_t size) {
     return memory;
 }
 
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    return Norv::Corvane::Test::allocateOrFail(size == 0 ? 1 : size);
+}
+
 void operator delete(void* memory) noexcept {
     Norv::Corvane::Test::release(memory);
 }
