@@ -40,8 +40,8 @@ bool sameContent(libzip::file entry, std::ifstream& installed) {
     std::vector<char> ours(chunk);
     std::vector<char> theirs(chunk);
     for (;;) {
-        const zip_int64_t count = entry.read(ours.data(), chunk);
-        installed.read(theirs.data(), std::max<zip_int64_t>(count, 1));
+        const auto count = static_cast<std::ptrdiff_t>(entry.read(ours.data(), chunk));
+        installed.read(theirs.data(), std::max<std::ptrdiff_t>(count, 1));
         if (count <= 0) {
             return count == 0 && installed.gcount() == 0;
         }
