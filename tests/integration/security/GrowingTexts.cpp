@@ -40,6 +40,27 @@ HostileText manyEnveloped(const std::string& name, std::size_t count) {
     return body(name, "", element, form);
 }
 
+// One long tag that is parsed anew, in small portions, behind each canonical form but the last.
+HostileText chainedForms(const std::string& name, std::size_t count, char filler) {
+    return {name, [=](std::size_t size) {
+                SignatureForm form;
+                form.references[0].transforms.assign(count + 1, Algorithm::exclusive);
+                form.references[0].transforms[0] = Algorithm::enveloped;
+                const std::string tail = meaninglessSignature(form) + "</R>";
+                const std::string value(std::min<std::size_t>(size - tail.size(), 9000000), filler);
+                return "<R a=\"" + value + "\">" + tail;
+            }};
+}
+
+// As many nodes as there may be, and a value that is written out six times as long.
+HostileText nodesAndQuotationMarks() {
+    return {"NodesAndQuotationMarks", [](std::size_t size) {
+                return "<R>" + repeated("<!--x-->x", size / 18) + "<a b='" +
+                       std::string(std::min<std::size_t>(size / 2, 9000000), '"') + "'/>" +
+                       meaninglessSignature(inclusive()) + "</R>";
+            }};
+}
+
 HostileText unclosed() {
     return {"UnclosedElements", [](std::size_t size) { return repeated("<a>", size / 3); }};
 }
@@ -68,6 +89,9 @@ std::vector<HostileText> growingTexts() {
         body("RelativeNamespaces", "", "<a xmlns=\"u\"/>", inclusive()),
         body("EqualIdentifiers", "", "<a xml:id=\"1\"/>", inclusive()),
         manyReferences("EightReferences", 8, element),
+        chainedForms("ChainedFormsOfALongTag", 22, '>'),
+        chainedForms("ChainedFormsOfALongValue", 60, 'x'),
+        nodesAndQuotationMarks(),
         manyEnveloped("TenTransforms", 10),
         manyEnveloped("TwoHundredTransforms", 200),
     };
