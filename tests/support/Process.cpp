@@ -44,7 +44,7 @@ bool underValgrind() {
 
 std::vector<std::string> withEmulator(std::vector<std::string> command) {
     const auto program = std::find_if(command.begin(), command.end(), [](const std::string& word) {
-        return word.rfind(CORVANE_BUILD_DIR "/", 0) == 0;
+        return word.rfind(CORVANE_BUILD_DIR "/", 0) == 0 && ::access(word.c_str(), X_OK) == 0;
     });
     if (program != command.end()) {
         std::istringstream words(emulator());

@@ -62,10 +62,16 @@ protected:
         return runHere(words);
     }
 
+    // Makes one program of several words: those that start an emulator, and the one it is to run.
+    static constexpr const char* programOfAnEmulator =
+        "if [ $# -gt 1 ]; then { printf '#!/bin/sh\\nexec'; printf \" '%s'\" \"$@\"; "
+        "printf ' \"$@\"\\n'; } > .program; chmod +x .program; set -- \"$PWD/.program\"; fi; ";
+
     // A shell's command line; "firmware-pack" is the program.
     ProcessResult shell(const std::string& line) const {
-        return runHere(
-            {"sh", "-c", "firmware_pack=$1; shift; set -e; " + line, "sh", FIRMWARE_PACK});
+        return runHere({"sh", "-c",
+                        std::string(programOfAnEmulator) + "firmware_pack=$1; set -e; " + line,
+                        "sh", FIRMWARE_PACK});
     }
 
     ProcessResult build(const Words& more = {}, const std::string& key = "rsa") const {
