@@ -52,15 +52,21 @@ bool hasTerminal() {
     return static_cast<bool>(Descriptor(::open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY)));
 }
 
+// The whole buffer: a short text that was moved from leaves its bytes behind its end.
+void wipe(std::string& text) noexcept {
+    text.resize(text.capacity());
+    OPENSSL_cleanse(text.data(), text.size());
+    text.clear();
+}
+
 }  // namespace
 
 Secret::~Secret() {
-    OPENSSL_cleanse(text_.data(), text_.size());
+    wipe(text_);
 }
 
-Secret::Secret(Secret&& other) noexcept : text_(other.text_) {
-    OPENSSL_cleanse(other.text_.data(), other.text_.size());
-    other.text_.clear();
+Secret::Secret(Secret&& other) noexcept : text_(std::move(other.text_)) {
+    wipe(other.text_);
 }
 
 Secret& Secret::operator=(Secret&& other) noexcept {
