@@ -1,24 +1,21 @@
 #include "KeyValues.h"
 
-#include <openssl/bio.h>
 #include <openssl/bn.h>
 #include <openssl/core_names.h>
 #include <openssl/evp.h>
 #include <openssl/pem.h>
-#include <openssl/x509.h>
 
 #include <memory>
 #include <stdexcept>
 
+#include "LibraryHandles.h"
+
 namespace Norv::Corvane::Test {
 namespace {
 
-using KeyPtr = std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)>;
-
 KeyPtr load(const TestKey& key) {
-    const std::unique_ptr<BIO, decltype(&BIO_free)> pem(
-        BIO_new_mem_buf(key.keyPem.data(), static_cast<int>(key.keyPem.size())), BIO_free);
-    KeyPtr loaded(PEM_read_bio_PrivateKey(pem.get(), nullptr, nullptr, nullptr), EVP_PKEY_free);
+    const BioPtr pem(BIO_new_mem_buf(key.keyPem.data(), static_cast<int>(key.keyPem.size())));
+    KeyPtr loaded(PEM_read_bio_PrivateKey(pem.get(), nullptr, nullptr, nullptr));
     if (!loaded) {
         throw std::runtime_error("no key");
     }
@@ -30,7 +27,7 @@ std::string numberOf(const EVP_PKEY* key, const char* name) {
     if (EVP_PKEY_get_bn_param(key, name, &found) != 1) {
         throw std::runtime_error("a key of another kind");
     }
-    const std::unique_ptr<BIGNUM, decltype(&BN_free)> number(found, BN_free);
+    const std::unique_ptr<BIGNUM, Deleter<BN_free>> number(found);
     std::string bytes(static_cast<std::size_t>(BN_num_bytes(number.get())), '\0');
     BN_bn2bin(number.get(), reinterpret_cast<unsigned char*>(&bytes[0]));
     return bytes;
@@ -60,10 +57,8 @@ std::string publicKeyDer(const TestKey& key) {
 
 std::string certificateDer(const TestKey& key) {
     const std::string& pem = key.certificatePem;
-    const std::unique_ptr<BIO, decltype(&BIO_free)> text(
-        BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size())), BIO_free);
-    const std::unique_ptr<X509, decltype(&X509_free)> certificate(
-        PEM_read_bio_X509(text.get(), nullptr, nullptr, nullptr), X509_free);
+    const BioPtr text(BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size())));
+    const CertificatePtr certificate(PEM_read_bio_X509(text.get(), nullptr, nullptr, nullptr));
     unsigned char* der = nullptr;
     const int length = i2d_X509(certificate.get(), &der);
     if (length <= 0) {

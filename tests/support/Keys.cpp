@@ -14,21 +14,11 @@
 #include <string_view>
 #include <utility>
 
+#include "LibraryHandles.h"
+
 namespace Norv::Corvane::Test {
 
 namespace {
-
-template <auto destroy>
-struct Deleter {
-    template <typename T>
-    void operator()(T* handle) const {
-        destroy(handle);
-    }
-};
-
-using BioPtr = std::unique_ptr<BIO, Deleter<BIO_free>>;
-using KeyPtr = std::unique_ptr<EVP_PKEY, Deleter<EVP_PKEY_free>>;
-using CertificatePtr = std::unique_ptr<X509, Deleter<X509_free>>;
 
 void require(bool condition) {
     if (!condition) {

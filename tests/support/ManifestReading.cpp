@@ -9,22 +9,13 @@
 #include <pugixml.hpp>
 #include <sstream>
 
+#include "LibraryHandles.h"
 #include "Norv/Corvane/Common/FirmwareDescription.h"
 
 namespace Norv::Corvane::Test {
 namespace {
 
 using Common::FirmwareDescription;
-
-template <auto destroy>
-struct Deleter {
-    template <typename T>
-    void operator()(T* handle) const {
-        destroy(handle);
-    }
-};
-using DocumentPtr = std::unique_ptr<xmlDoc, Deleter<xmlFreeDoc>>;
-using ContextPtr = std::unique_ptr<xmlSecDSigCtx, Deleter<xmlSecDSigCtxDestroy>>;
 
 struct Writer {
     std::string operator()(const std::error_code& error) const { return error.message() + '\n'; }
@@ -88,7 +79,7 @@ std::string signedBytes(xmlDoc* document, const TestKey& key) {
     xmlNode* const root = document == nullptr ? nullptr : xmlDocGetRootElement(document);
     xmlNode* const signature =
         root == nullptr ? nullptr : xmlSecFindNode(root, xmlSecNodeSignature, xmlSecDSigNs);
-    const ContextPtr context(xmlSecDSigCtxCreate(nullptr));
+    const SignatureContextPtr context(xmlSecDSigCtxCreate(nullptr));
     if (signature == nullptr || !context) {
         return {};
     }

@@ -2,9 +2,12 @@
 
 #pragma once
 
+#include <cstddef>
 #include <functional>
 
 namespace Norv::Corvane::Test {
+
+constexpr std::size_t mebibyte = std::size_t{1} << 20;
 
 struct Usage {
     // False when the work did not come to its end: a signal, a forbidden call, an exception.

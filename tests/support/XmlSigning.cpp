@@ -9,18 +9,10 @@
 #include <memory>
 #include <stdexcept>
 
+#include "LibraryHandles.h"
+
 namespace Norv::Corvane::Test {
 namespace {
-
-template <auto destroy>
-struct Deleter {
-    template <typename T>
-    void operator()(T* handle) const {
-        destroy(handle);
-    }
-};
-using DocumentPtr = std::unique_ptr<xmlDoc, Deleter<xmlFreeDoc>>;
-using ContextPtr = std::unique_ptr<xmlSecDSigCtx, Deleter<xmlSecDSigCtxDestroy>>;
 
 std::string contentOf(xmlNode* element) {
     const std::unique_ptr<xmlChar, decltype(xmlFree)> text(xmlNodeGetContent(element), xmlFree);
@@ -60,7 +52,7 @@ std::string replaceAll(std::string text, const std::string& from, const std::str
 
 // Takes the key over.
 std::string fill(const std::string& xml, xmlSecKey* key) {
-    const ContextPtr context(xmlSecDSigCtxCreate(nullptr));
+    const SignatureContextPtr context(xmlSecDSigCtxCreate(nullptr));
     context->signKey = key;
     const DocumentPtr document(xmlReadMemory(xml.data(), static_cast<int>(xml.size()), nullptr,
                                              nullptr, XML_PARSE_NONET | XML_PARSE_NOERROR));

@@ -13,7 +13,7 @@ void addLine(std::string& text, const char* label, const std::string& value) {
     text += fmt::format("{:<22}{}\n", label, value);
 }
 
-const char* nameOf(Match match) {
+const char* verdictOf(Match match) {
     switch (match) {
         case Match::Yes:
             return "matches";
@@ -91,7 +91,7 @@ void addFiles(std::string& text, const std::vector<InspectedFile>& files) {
         text += fmt::format("{:<9}{:>11} {:>11} {:>11}  {:<11}{} -> {}\n         SHA-256 {}\n",
                             stated.kind == Common::FileKind::Script ? "script" : "firmware",
                             stated.length, sizeText(file.size), sizeText(file.storedSize),
-                            nameOf(file.match), printable(stated.localFilePath),
+                            verdictOf(file.match), printable(stated.localFilePath),
                             printable(stated.remoteFilePath.value_or(stated.localFilePath)),
                             toHex(stated.hashValue));
     }

@@ -27,7 +27,7 @@ using Corvane::Test::LockedFile;
 using Lock = LockedFile::Lock;
 
 // Of records that take the same number of bytes whatever the letter.
-Firmwares document(char letter, std::size_t records) {
+Firmwares listOf(char letter, std::size_t records) {
     const Firmwares::Firmware record{
         std::string(20, letter), Ombrel::Project::DeviceType::Type::None, {}, {}, ""};
     return {std::vector<Firmwares::Firmware>(records, record)};
@@ -76,7 +76,7 @@ protected:
 };
 
 TEST_F(FirmwareIndexLock, IsAwaitedByALoadWhileAnotherProcessWrites) {
-    const Firmwares firmwares = document('a', 10);
+    const Firmwares firmwares = listOf('a', 10);
     file_.set(Lock::Exclusive);
     ChildProcess loader = loading(firmwares);
     EXPECT_EQ(loader.waitFor(200ms), std::nullopt);
@@ -86,14 +86,14 @@ TEST_F(FirmwareIndexLock, IsAwaitedByALoadWhileAnotherProcessWrites) {
 }
 
 TEST_F(FirmwareIndexLock, IsSharedByLoads) {
-    const Firmwares firmwares = document('a', 10);
+    const Firmwares firmwares = listOf('a', 10);
     file_.write(text(firmwares));
     file_.set(Lock::Shared);
     EXPECT_EQ(loading(firmwares).wait(), "exit 0");
 }
 
 TEST_F(FirmwareIndexLock, IsAwaitedByASaveThatHasEmptiedTheFileBefore) {
-    const Firmwares firmwares = document('a', 10);
+    const Firmwares firmwares = listOf('a', 10);
     for (const Lock lock : {Lock::Shared, Lock::Exclusive}) {
         file_.write("something");
         file_.set(lock);
@@ -108,7 +108,7 @@ TEST_F(FirmwareIndexLock, IsAwaitedByASaveThatHasEmptiedTheFileBefore) {
 }
 
 TEST_F(FirmwareIndexLock, MakesALoadThrowIfTheFileIsEmptiedWhileItWaits) {
-    file_.write(text(document('a', 10)));
+    file_.write(text(listOf('a', 10)));
     file_.set(Lock::Exclusive);
     ChildProcess loader([this] { return loadError(path_) == boost::json::error::incomplete; });
     EXPECT_EQ(loader.waitFor(200ms), std::nullopt);
@@ -139,7 +139,7 @@ void expectLockInTheMidst(ChildProcess& worker, const LockedFile& file,
 
 TEST_F(FirmwareIndexLock, IsHeldExclusivelyByASaveAsLongAsItWrites) {
     // Of one long text, so that writing takes nearly all the time of a save.
-    Firmwares firmwares = document('a', 1);
+    Firmwares firmwares = listOf('a', 1);
     firmwares.firmwares[0].filename.assign(longTime, 'a');
     ChildProcess saver([&] {
         while (true) {
@@ -164,16 +164,16 @@ TEST_F(FirmwareIndexLock, IsHeldSharedByALoadAsLongAsItReads) {
 }
 
 TEST_F(FirmwareIndexLock, IsFreeAfterASaveAndALoad) {
-    Save(path_, document('a', 10));
-    EXPECT_EQ(saving(document('b', 10)).waitFor(10s), "exit 0");
-    EXPECT_EQ(Load(path_), document('b', 10));
-    EXPECT_EQ(saving(document('c', 10)).waitFor(10s), "exit 0");
+    Save(path_, listOf('a', 10));
+    EXPECT_EQ(saving(listOf('b', 10)).waitFor(10s), "exit 0");
+    EXPECT_EQ(Load(path_), listOf('b', 10));
+    EXPECT_EQ(saving(listOf('c', 10)).waitFor(10s), "exit 0");
 }
 
 TEST_F(FirmwareIndexLock, IsFreeAfterALoadThatThrew) {
     file_.write("[");
     EXPECT_EQ(loadError(path_), boost::json::error::incomplete);
-    EXPECT_EQ(saving(document('a', 1)).waitFor(10s), "exit 0");
+    EXPECT_EQ(saving(listOf('a', 1)).waitFor(10s), "exit 0");
 }
 
 TEST_F(FirmwareIndexLock, IsFreeAfterItsHolderWasKilled) {
@@ -184,7 +184,7 @@ TEST_F(FirmwareIndexLock, IsFreeAfterItsHolderWasKilled) {
         return 0;
     });
     ASSERT_TRUE(eventually([&] { return file_.heldBy(holder.pid()) == Lock::Exclusive; }));
-    const Firmwares firmwares = document('a', 10);
+    const Firmwares firmwares = listOf('a', 10);
     file_.write(text(firmwares));
     ChildProcess loader = loading(firmwares);
     EXPECT_EQ(loader.waitFor(200ms), std::nullopt);
@@ -195,11 +195,11 @@ TEST_F(FirmwareIndexLock, IsFreeAfterItsHolderWasKilled) {
 
 TEST_F(FirmwareIndexLock, LetsNothingSurviveBehindAShorterDocument) {
     file_.set(Lock::Exclusive);
-    const Firmwares firmwares = document('b', 2);
+    const Firmwares firmwares = listOf('b', 2);
     ChildProcess saver = saving(firmwares);
     ASSERT_TRUE(eventually([&] { return file_.isEmpty(); }));
     // The saver waits. Another one has emptied the file before it, and writes now.
-    file_.write(text(document('a', 100)));
+    file_.write(text(listOf('a', 100)));
     file_.set(Lock::None);
     EXPECT_EQ(saver.wait(), "exit 0");
     EXPECT_EQ(Load(path_), firmwares);
@@ -207,10 +207,10 @@ TEST_F(FirmwareIndexLock, LetsNothingSurviveBehindAShorterDocument) {
 
 TEST_F(FirmwareIndexLock, LeavesAFileAloneThatTakesItsPlaceWhileASaveWaits) {
     file_.set(Lock::Exclusive);
-    ChildProcess saver = saving(document('b', 2));
+    ChildProcess saver = saving(listOf('b', 2));
     // The one that it inherits, the one that it writes with, and the one that it locks with.
     ASSERT_TRUE(eventually([&] { return descriptorsOf(path_, saver.pid()) == 3; }));
-    const Firmwares firmwares = document('a', 10);
+    const Firmwares firmwares = listOf('a', 10);
     Save(path_.string() + ".new", firmwares);
     std::filesystem::rename(path_.string() + ".new", path_);
     EXPECT_EQ(saver.waitFor(200ms), std::nullopt);
@@ -225,28 +225,28 @@ TEST_F(FirmwareIndexLock, LetsNoProcessThatIsKilledHalfWayLeaveAMixture) {
         // Ends the process by a signal in the midst of its document.
         const rlimit limit{4096, 4096};
         ::setrlimit(RLIMIT_FSIZE, &limit);
-        Save(path_, document('b', 200));
+        Save(path_, listOf('b', 200));
         return 0;
     });
     ASSERT_TRUE(eventually([&] { return file_.isEmpty(); }));
-    file_.write(text(document('a', 200)));
+    file_.write(text(listOf('a', 200)));
     file_.set(Lock::None);
     EXPECT_EQ(saver.wait(), "signal " + std::to_string(SIGXFSZ));
     EXPECT_EQ(std::filesystem::file_size(path_), 4096u);
     EXPECT_EQ(loadError(path_), boost::json::error::incomplete);
 
     // The lock went with it.
-    const Firmwares firmwares = document('c', 3);
+    const Firmwares firmwares = listOf('c', 3);
     EXPECT_EQ(saving(firmwares).waitFor(10s), "exit 0");
     EXPECT_EQ(Load(path_), firmwares);
 }
 
 TEST_F(FirmwareIndexLock, LetsASaveRepairAFileWithAHole) {
     // What a writer leaves that was overtaken by another one's opening, if that dies then.
-    file_.write(std::string(8191, '\0') + text(document('a', 10)));
+    file_.write(std::string(8191, '\0') + text(listOf('a', 10)));
     EXPECT_EQ(loadError(path_), boost::json::error::syntax);
-    Save(path_, document('b', 1));
-    EXPECT_EQ(Load(path_), document('b', 1));
+    Save(path_, listOf('b', 1));
+    EXPECT_EQ(Load(path_), listOf('b', 1));
 }
 
 TEST_F(FirmwareIndexLock, DoesNotNoticeAFullDisk) {
@@ -254,7 +254,7 @@ TEST_F(FirmwareIndexLock, DoesNotNoticeAFullDisk) {
         ::signal(SIGXFSZ, SIG_IGN);
         const rlimit limit{4096, 4096};
         ::setrlimit(RLIMIT_FSIZE, &limit);
-        Save(path_, document('b', 200));
+        Save(path_, listOf('b', 200));
         return 0;
     });
     EXPECT_EQ(saver.wait(), "exit 0");

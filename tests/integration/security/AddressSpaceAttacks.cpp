@@ -14,7 +14,6 @@
 namespace Norv::Corvane::Test {
 namespace {
 
-constexpr std::size_t mebibyte = std::size_t{1} << 20;
 // More than any of these takes.
 constexpr std::size_t enough = 14 * mebibyte;
 

@@ -17,6 +17,8 @@
 
 namespace Norv::Corvane::Test {
 
+inline const std::string xmldsig = "http://www.w3.org/2000/09/xmldsig#";
+
 struct Attack {
     std::string name;
     std::function<std::string()> manifest;

@@ -66,7 +66,7 @@ Variant methods(const std::string& name, const std::string& method, const std::s
     return form(name, edit, key);
 }
 
-Variant canonicalisation(const std::string& name, const std::string& algorithm) {
+Variant canonicalisedBy(const std::string& name, const std::string& algorithm) {
     return form(name, [=](SignatureForm& form) {
         form.canonicalisation = algorithm;
         form.references[0].transforms[1] = algorithm;
@@ -100,12 +100,12 @@ INSTANTIATE_TEST_SUITE_P(
         methods("DsaSha1", Algorithm::dsaSha1, Algorithm::sha1, dsaKey),
         methods("DsaSha256", "http://www.w3.org/2009/xmldsig11#dsa-sha256", Algorithm::sha256,
                 dsaKey),
-        canonicalisation("Inclusive", Algorithm::inclusive),
-        canonicalisation("InclusiveWithComments", Algorithm::inclusiveWithComments),
-        canonicalisation("Inclusive11", Algorithm::inclusive11),
-        canonicalisation("Inclusive11WithComments", Algorithm::inclusive11WithComments),
-        canonicalisation("Exclusive", Algorithm::exclusive),
-        canonicalisation("ExclusiveWithComments", Algorithm::exclusiveWithComments),
+        canonicalisedBy("Inclusive", Algorithm::inclusive),
+        canonicalisedBy("InclusiveWithComments", Algorithm::inclusiveWithComments),
+        canonicalisedBy("Inclusive11", Algorithm::inclusive11),
+        canonicalisedBy("Inclusive11WithComments", Algorithm::inclusive11WithComments),
+        canonicalisedBy("Exclusive", Algorithm::exclusive),
+        canonicalisedBy("ExclusiveWithComments", Algorithm::exclusiveWithComments),
         transforms("EnvelopedOnly", {Algorithm::enveloped}),
         transforms("CanonicalisedTwice",
                    {Algorithm::enveloped, Algorithm::exclusive, Algorithm::inclusive}),

@@ -50,7 +50,7 @@ constexpr Hidden everything[] = {{"FirmwareDescription", nullptr},
                                  {"File", "HashAlgorithm"},
                                  {"File", "Length"}};
 
-std::string nameOf(const Hidden& hidden) {
+std::string labelOf(const Hidden& hidden) {
     std::string name = hidden.element;
     if (hidden.attribute != nullptr) {
         name += std::string("_") + hidden.attribute;
@@ -78,8 +78,8 @@ std::string genuineFor(const Hidden& hidden) {
 std::vector<ReadingAttack> hiddenBehindElements() {
     std::vector<ReadingAttack> attacks;
     for (const Hidden& hidden : everything) {
-        if (std::string(nameOf(hidden)) != "FirmwareDescription") {
-            attacks.push_back({nameOf(hidden), [=] {
+        if (std::string(labelOf(hidden)) != "FirmwareDescription") {
+            attacks.push_back({labelOf(hidden), [=] {
                                    return filledByElements(genuineFor(hidden), hiding(hidden));
                                }});
         }
@@ -90,8 +90,8 @@ std::vector<ReadingAttack> hiddenBehindElements() {
 std::vector<ReadingAttack> hiddenBehindInstructions() {
     std::vector<ReadingAttack> attacks;
     for (const Hidden& hidden : everything) {
-        if (std::string(nameOf(hidden)) != "FirmwareDescription") {
-            attacks.push_back({nameOf(hidden), [=] {
+        if (std::string(labelOf(hidden)) != "FirmwareDescription") {
+            attacks.push_back({labelOf(hidden), [=] {
                                    return filledByInstructions(genuineFor(hidden), hiding(hidden));
                                }});
         }
@@ -104,7 +104,7 @@ std::vector<ReadingAttack> hiddenBehindDeclarations() {
     for (const Hidden& hidden : everything) {
         if (!isXsi(hidden)) {
             attacks.push_back(
-                {nameOf(hidden), [=] { return filledByDeclarations(hiding(hidden)); }});
+                {labelOf(hidden), [=] { return filledByDeclarations(hiding(hidden)); }});
         }
     }
     return attacks;

@@ -15,8 +15,6 @@ namespace {
 
 using Common::ValidationError;
 
-constexpr std::size_t mebibyte = std::size_t{1} << 20;
-
 std::string number(std::uint64_t value, int bytes) {
     std::string text;
     for (int i = 0; i < bytes; ++i) {

@@ -32,7 +32,7 @@ Attack moved(const std::string& name, const std::string& place) {
     return {name, [=] { return withSignatureBefore(honestManifest(), place); }};
 }
 
-Attack made(const std::string& name, const std::function<std::string()>& manifest) {
+Attack placed(const std::string& name, const std::function<std::string()>& manifest) {
     return {name, manifest};
 }
 
@@ -63,245 +63,257 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         moved("AmongTheFiles", "</Files>"), moved("BeforeTheFirstFile", "<File "),
         moved("AmongTheHardwareRevisions", "</SupportedHwRevs>"),
-        made("AsAFileEntry",
-             [] {
-                 return insertedAfter(withSignatureBefore(honestManifest(), "</Files>"),
-                                      "<Signature", fileAttributes);
-             }),
-        made("AsAFileEntryWithPrefix",
-             [] {
-                 const std::string text = signAs(
-                     unsignedHonest(),
-                     [] {
-                         SignatureForm form;
-                         form.prefix = "ds";
-                         return form;
-                     }(),
-                     rsaKey());
-                 const std::string element = elementOf(text, "ds:Signature");
-                 return insertedBefore(withoutElement(text, "ds:Signature"), "</Files>",
-                                       insertedAfter(element, "<ds:Signature", fileAttributes));
-             }),
-        made("WithAFileAsItsObject",
-             [] {
-                 const std::string text = withSignatureBefore(honestManifest(), "</Files>");
-                 return insertedBefore(text, "</Signature>", "<Object>" + evilFile + "</Object>");
-             }),
-        made("AsRoot",
-             [] {
-                 return insertedBefore(signature(), "</Signature>",
-                                       "<Object>" + rootOf(unsignedHonest()) + "</Object>");
-             }),
-        made("AsRootOfTheEvilManifest",
-             [] {
-                 return insertedBefore(signature(), "</Signature>",
-                                       "<Object>" + rootOf(evilManifest()) + "</Object>");
-             }),
-        made("HonestManifestInItsObject",
-             [] {
-                 return evilRoot(
-                     insertedBefore(signature(), "</Signature>",
-                                    "<Object>" + rootOf(unsignedHonest()) + "</Object>"));
-             }),
-        made("HonestManifestInsideTheEvilOne", [] { return evilRoot(rootOf(honestManifest())); }),
-        made("EvilManifestInsideTheHonestOne",
-             [] {
-                 return insertedBefore(honestManifest(), "<ManufacturerId", rootOf(evilManifest()));
-             }),
-        made("HonestSignatureOnTheEvilManifest", [] { return evilRoot(signature()); }),
-        made("WrappedRoot",
-             [] {
-                 return "<FirmwareDescription>" + rootOf(honestManifest()) +
-                        "</FirmwareDescription>";
-             }),
-        made("WrappedRootOfAnotherName",
-             [] { return "<Wrapper>" + rootOf(honestManifest()) + "</Wrapper>"; }),
-        made("WrappedRootWithTheSignatureOutside",
-             [] { return "<Wrapper>" + rootOf(unsignedHonest()) + signature() + "</Wrapper>"; }),
-        made("EvilRootBeforeTheHonestOne",
-             [] { return rootOf(evilManifest()) + rootOf(honestManifest()); }),
-        made("EvilRootBehindTheHonestOne",
-             [] { return honestManifest() + rootOf(evilManifest()); }),
+        placed("AsAFileEntry",
+               [] {
+                   return insertedAfter(withSignatureBefore(honestManifest(), "</Files>"),
+                                        "<Signature", fileAttributes);
+               }),
+        placed("AsAFileEntryWithPrefix",
+               [] {
+                   const std::string text = signAs(
+                       unsignedHonest(),
+                       [] {
+                           SignatureForm form;
+                           form.prefix = "ds";
+                           return form;
+                       }(),
+                       rsaKey());
+                   const std::string element = elementOf(text, "ds:Signature");
+                   return insertedBefore(withoutElement(text, "ds:Signature"), "</Files>",
+                                         insertedAfter(element, "<ds:Signature", fileAttributes));
+               }),
+        placed("WithAFileAsItsObject",
+               [] {
+                   const std::string text = withSignatureBefore(honestManifest(), "</Files>");
+                   return insertedBefore(text, "</Signature>", "<Object>" + evilFile + "</Object>");
+               }),
+        placed("AsRoot",
+               [] {
+                   return insertedBefore(signature(), "</Signature>",
+                                         "<Object>" + rootOf(unsignedHonest()) + "</Object>");
+               }),
+        placed("AsRootOfTheEvilManifest",
+               [] {
+                   return insertedBefore(signature(), "</Signature>",
+                                         "<Object>" + rootOf(evilManifest()) + "</Object>");
+               }),
+        placed("HonestManifestInItsObject",
+               [] {
+                   return evilRoot(
+                       insertedBefore(signature(), "</Signature>",
+                                      "<Object>" + rootOf(unsignedHonest()) + "</Object>"));
+               }),
+        placed("HonestManifestInsideTheEvilOne", [] { return evilRoot(rootOf(honestManifest())); }),
+        placed("EvilManifestInsideTheHonestOne",
+               [] {
+                   return insertedBefore(honestManifest(), "<ManufacturerId",
+                                         rootOf(evilManifest()));
+               }),
+        placed("HonestSignatureOnTheEvilManifest", [] { return evilRoot(signature()); }),
+        placed("WrappedRoot",
+               [] {
+                   return "<FirmwareDescription>" + rootOf(honestManifest()) +
+                          "</FirmwareDescription>";
+               }),
+        placed("WrappedRootOfAnotherName",
+               [] { return "<Wrapper>" + rootOf(honestManifest()) + "</Wrapper>"; }),
+        placed("WrappedRootWithTheSignatureOutside",
+               [] { return "<Wrapper>" + rootOf(unsignedHonest()) + signature() + "</Wrapper>"; }),
+        placed("EvilRootBeforeTheHonestOne",
+               [] { return rootOf(evilManifest()) + rootOf(honestManifest()); }),
+        placed("EvilRootBehindTheHonestOne",
+               [] { return honestManifest() + rootOf(evilManifest()); }),
         // The maker signed a part by its identifier, which is as good as the whole until it moves.
-        made("SignedPartMovedAside",
-             [] {
-                 return evilRoot("<Wrapper>" + rootOf(part()) + "</Wrapper>" + signatureOfPart());
-             }),
-        made("SignedPartMovedToTheFiles",
-             [] {
-                 const std::string text = evilRoot(signatureOfPart());
-                 return insertedBefore(text, "</Files>", rootOf(part()));
-             }),
-        made("SignatureBehindTheRoot", [] { return unsignedHonest() + signature(); }),
-        made("SignatureBeforeTheRoot", [] { return signature() + rootOf(unsignedHonest()); }),
-        made("SignatureInAComment", [] { return evilRoot("<!--" + signature() + "-->"); }),
-        made("SignatureInCharacterData",
-             [] { return evilRoot("<![CDATA[" + signature() + "]]>"); }),
-        made("SignatureInAnInstruction", [] { return evilRoot("<?sign " + signature() + "?>"); }),
-        made("TwoHonestSignatures",
-             [] {
-                 return insertedBefore(honestManifest(), "</FirmwareDescription>", signature());
-             }),
-        made("ForgedSignatureBehindTheHonestOne",
-             [] {
-                 return insertedBefore(honestManifest(), "</FirmwareDescription>", meaningless(""));
-             }),
-        made("ForgedSignatureBeforeTheHonestOne",
-             [] { return insertedBefore(honestManifest(), "<ManufacturerId", meaningless("")); }),
-        made("HonestSignatureInTheObjectOfAForgedOne",
-             [] {
-                 return insertedBefore(unsignedHonest(), "</FirmwareDescription>",
-                                       meaningless("<Object>" + signature() + "</Object>"));
-             }),
-        made("HonestSignatureInTheKeyInfoOfAForgedOne",
-             [] {
-                 SignatureForm form;
-                 form.keyInfo = "<KeyInfo>" + signature() + "</KeyInfo>";
-                 return evilRoot(meaninglessSignature(form));
-             }),
-        made("HonestSignatureDirectlyInAForgedOne",
-             [] { return evilRoot(meaningless(signature())); }),
-        made("NoSignature", [] { return unsignedHonest(); }),
-        made("EmptySignature", [] { return withContent(honestManifest(), "Signature", ""); }),
-        made("SignatureOfAnotherNamespace",
-             [] { return replaced(honestManifest(), "2000/09/xmldsig#", "2000/09/xmldsig"); }),
-        made("SignatureOfAnotherName",
-             [] {
-                 return replaced(replaced(honestManifest(), "<Signature ", "<signature "),
-                                 "</Signature>", "</signature>");
-             }),
-        made("SignatureOfTheNextXmlSignatureVersion",
-             [] {
-                 return replaced(honestManifest(), "http://www.w3.org/2000/09/xmldsig#",
-                                 "http://www.w3.org/2009/xmldsig11#");
-             })),
+        placed("SignedPartMovedAside",
+               [] {
+                   return evilRoot("<Wrapper>" + rootOf(part()) + "</Wrapper>" + signatureOfPart());
+               }),
+        placed("SignedPartMovedToTheFiles",
+               [] {
+                   const std::string text = evilRoot(signatureOfPart());
+                   return insertedBefore(text, "</Files>", rootOf(part()));
+               }),
+        placed("SignatureBehindTheRoot", [] { return unsignedHonest() + signature(); }),
+        placed("SignatureBeforeTheRoot", [] { return signature() + rootOf(unsignedHonest()); }),
+        placed("SignatureInAComment", [] { return evilRoot("<!--" + signature() + "-->"); }),
+        placed("SignatureInCharacterData",
+               [] { return evilRoot("<![CDATA[" + signature() + "]]>"); }),
+        placed("SignatureInAnInstruction", [] { return evilRoot("<?sign " + signature() + "?>"); }),
+        placed("TwoHonestSignatures",
+               [] {
+                   return insertedBefore(honestManifest(), "</FirmwareDescription>", signature());
+               }),
+        placed("ForgedSignatureBehindTheHonestOne",
+               [] {
+                   return insertedBefore(honestManifest(), "</FirmwareDescription>",
+                                         meaningless(""));
+               }),
+        placed("ForgedSignatureBeforeTheHonestOne",
+               [] { return insertedBefore(honestManifest(), "<ManufacturerId", meaningless("")); }),
+        placed("HonestSignatureInTheObjectOfAForgedOne",
+               [] {
+                   return insertedBefore(unsignedHonest(), "</FirmwareDescription>",
+                                         meaningless("<Object>" + signature() + "</Object>"));
+               }),
+        placed("HonestSignatureInTheKeyInfoOfAForgedOne",
+               [] {
+                   SignatureForm form;
+                   form.keyInfo = "<KeyInfo>" + signature() + "</KeyInfo>";
+                   return evilRoot(meaninglessSignature(form));
+               }),
+        placed("HonestSignatureDirectlyInAForgedOne",
+               [] { return evilRoot(meaningless(signature())); }),
+        placed("NoSignature", [] { return unsignedHonest(); }),
+        placed("EmptySignature", [] { return withContent(honestManifest(), "Signature", ""); }),
+        placed("SignatureOfAnotherNamespace",
+               [] { return replaced(honestManifest(), "2000/09/xmldsig#", "2000/09/xmldsig"); }),
+        placed("SignatureOfAnotherName",
+               [] {
+                   return replaced(replaced(honestManifest(), "<Signature ", "<signature "),
+                                   "</Signature>", "</signature>");
+               }),
+        placed("SignatureOfTheNextXmlSignatureVersion",
+               [] {
+                   return replaced(honestManifest(), "http://www.w3.org/2000/09/xmldsig#",
+                                   "http://www.w3.org/2009/xmldsig11#");
+               })),
     nameOf);
 
 INSTANTIATE_TEST_SUITE_P(
     Signature, AttackTest,
     testing::Values(
-        made("SecondSignedInfoBehind",
-             [] {
-                 return insertedAfter(evilRoot(signature()), "</SignedInfo>",
-                                      elementOf(forged(), "SignedInfo"));
-             }),
-        made("SecondSignedInfoBefore",
-             [] {
-                 return insertedBefore(evilRoot(signature()), "<SignedInfo>",
-                                       elementOf(forged(), "SignedInfo"));
-             }),
-        made("SignedInfoInAnObject",
-             [] {
-                 const std::string forgedInfo = elementOf(forged(), "SignedInfo");
-                 const std::string text = replaced(
-                     evilRoot(signature()), elementOf(honestManifest(), "SignedInfo"), forgedInfo);
-                 return insertedBefore(
-                     text, "</Signature>",
-                     "<Object>" + elementOf(honestManifest(), "SignedInfo") + "</Object>");
-             }),
-        made("SignedInfoMissing", [] { return withoutElement(honestManifest(), "SignedInfo"); }),
-        made("SignedInfoEmpty", [] { return withContent(honestManifest(), "SignedInfo", ""); }),
-        made("SignedInfoEmptyOnTheEvilManifest",
-             [] { return withContent(evilRoot(signature()), "SignedInfo", ""); }),
-        made("SignatureValueMissing",
-             [] { return withoutElement(honestManifest(), "SignatureValue"); }),
-        made("SignatureValueEmpty",
-             [] { return withContent(honestManifest(), "SignatureValue", ""); }),
-        made("SignatureValueOfZeros",
-             [] { return withContent(honestManifest(), "SignatureValue", std::string(344, 'A')); }),
-        made("SignatureValueOfOne",
-             [] { return withContent(honestManifest(), "SignatureValue", "AQ=="); }),
-        made("SignatureValueTwice",
-             [] {
-                 return insertedAfter(honestManifest(), "</SignatureValue>",
-                                      elementOf(honestManifest(), "SignatureValue"));
-             }),
-        made("SignatureValueCut",
-             [] { return replaced(honestManifest(), "<SignatureValue>", "<SignatureValue>AAAA"); }),
-        made("SignatureValueBeforeSignedInfo",
-             [] {
-                 return insertedBefore(withoutElement(honestManifest(), "SignatureValue"),
-                                       "<SignedInfo>",
-                                       elementOf(honestManifest(), "SignatureValue"));
-             }),
-        made("UnknownElementInTheSignature",
-             [] { return insertedAfter(honestManifest(), "</SignatureValue>", "<Evil/>"); }),
-        made("DigestValueOfTheEvilManifest",
-             [] {
-                 return replaced(evilRoot(signature()), elementOf(honestManifest(), "DigestValue"),
-                                 elementOf(forged(), "DigestValue"));
-             }),
-        made("DigestValueOfTheEvilManifestBehindAComment",
-             [] {
-                 const std::string honest = elementOf(honestManifest(), "DigestValue");
-                 return replaced(evilRoot(signature()), honest,
-                                 insertedAfter(replaced(elementOf(forged(), "DigestValue"),
-                                                        "</DigestValue>", ""),
-                                               "<DigestValue>", "<!---->") +
-                                     "<!--" + honest.substr(13, 44) + "--></DigestValue>");
-             }),
-        made("DigestValueOfBothManifests",
-             [] {
-                 return replaced(evilRoot(signature()), "<DigestValue>",
-                                 elementOf(forged(), "DigestValue") + "<DigestValue>");
-             }),
-        made("DigestValueEmpty", [] { return withContent(honestManifest(), "DigestValue", ""); }),
-        made("DigestValueCut", [] { return withContent(honestManifest(), "DigestValue", "AAAA"); }),
-        made("ReferenceOfTheEvilManifestAdded",
-             [] {
-                 return insertedBefore(evilRoot(signature()), "</SignedInfo>",
-                                       elementOf(forged(), "Reference"));
-             }),
-        made("ReferenceRemoved", [] { return withoutElement(honestManifest(), "Reference"); }),
-        made("TransformRemoved", [] { return withoutElement(honestManifest(), "Transforms"); }),
-        made("DigestMethodChanged",
-             [] { return replaced(honestManifest(), "xmlenc#sha256", "xmlenc#sha512"); }),
-        made("SignatureMethodChanged",
-             [] { return replaced(honestManifest(), "rsa-sha256", "rsa-sha512"); }),
-        made("SignatureMethodHmac",
-             [] { return replaced(honestManifest(), "rsa-sha256", "hmac-sha256"); }),
-        made("SignatureMethodWithAnOutputLength",
-             [] {
-                 return replaced(honestManifest(), "rsa-sha256\"/>",
-                                 "rsa-sha256\"><HMACOutputLength>0</HMACOutputLength>"
-                                 "</SignatureMethod>");
-             }),
-        made("ReferenceWithoutUri", [] { return replaced(honestManifest(), " URI=\"\"", ""); }),
-        made("ReferenceWithAnIdentifier",
-             [] { return replaced(honestManifest(), " URI=\"\"", " Id=\"r\" URI=\"\""); }),
-        made("ReferenceWithTwoUris",
-             [] {
-                 return replaced(honestManifest(), " URI=\"\"",
-                                 " xmlns:a=\"urn:a\" a:URI=\"#none\" URI=\"\"");
-             }),
-        made("PrefixListAdded",
-             [] {
-                 return replaced(
-                     honestManifest(),
-                     "<CanonicalizationMethod Algorithm=\"" + Algorithm::exclusive + "\"/>",
-                     "<CanonicalizationMethod Algorithm=\"" + Algorithm::exclusive +
-                         "\"><i:InclusiveNamespaces xmlns:i=\"" + Algorithm::exclusive +
-                         "\" PrefixList=\"xsi\"/></CanonicalizationMethod>");
-             }),
-        made("InstructionInTheDigestValue",
-             [] { return insertedAfter(honestManifest(), "<DigestValue>", "<?p?>"); }),
-        made("CharacterDataInFrontOfTheDigestValue",
-             [] {
-                 return replaced(evilRoot(signature()), "<DigestValue>",
-                                 "<DigestValue><![CDATA[" +
-                                     elementOf(forged(), "DigestValue").substr(13, 44) + "]]>");
-             }),
+        placed("SecondSignedInfoBehind",
+               [] {
+                   return insertedAfter(evilRoot(signature()), "</SignedInfo>",
+                                        elementOf(forged(), "SignedInfo"));
+               }),
+        placed("SecondSignedInfoBefore",
+               [] {
+                   return insertedBefore(evilRoot(signature()), "<SignedInfo>",
+                                         elementOf(forged(), "SignedInfo"));
+               }),
+        placed("SignedInfoInAnObject",
+               [] {
+                   const std::string forgedInfo = elementOf(forged(), "SignedInfo");
+                   const std::string text =
+                       replaced(evilRoot(signature()), elementOf(honestManifest(), "SignedInfo"),
+                                forgedInfo);
+                   return insertedBefore(
+                       text, "</Signature>",
+                       "<Object>" + elementOf(honestManifest(), "SignedInfo") + "</Object>");
+               }),
+        placed("SignedInfoMissing", [] { return withoutElement(honestManifest(), "SignedInfo"); }),
+        placed("SignedInfoEmpty", [] { return withContent(honestManifest(), "SignedInfo", ""); }),
+        placed("SignedInfoEmptyOnTheEvilManifest",
+               [] { return withContent(evilRoot(signature()), "SignedInfo", ""); }),
+        placed("SignatureValueMissing",
+               [] { return withoutElement(honestManifest(), "SignatureValue"); }),
+        placed("SignatureValueEmpty",
+               [] { return withContent(honestManifest(), "SignatureValue", ""); }),
+        placed("SignatureValueOfZeros",
+               [] {
+                   return withContent(honestManifest(), "SignatureValue", std::string(344, 'A'));
+               }),
+        placed("SignatureValueOfOne",
+               [] { return withContent(honestManifest(), "SignatureValue", "AQ=="); }),
+        placed("SignatureValueTwice",
+               [] {
+                   return insertedAfter(honestManifest(), "</SignatureValue>",
+                                        elementOf(honestManifest(), "SignatureValue"));
+               }),
+        placed("SignatureValueCut",
+               [] {
+                   return replaced(honestManifest(), "<SignatureValue>", "<SignatureValue>AAAA");
+               }),
+        placed("SignatureValueBeforeSignedInfo",
+               [] {
+                   return insertedBefore(withoutElement(honestManifest(), "SignatureValue"),
+                                         "<SignedInfo>",
+                                         elementOf(honestManifest(), "SignatureValue"));
+               }),
+        placed("UnknownElementInTheSignature",
+               [] { return insertedAfter(honestManifest(), "</SignatureValue>", "<Evil/>"); }),
+        placed("DigestValueOfTheEvilManifest",
+               [] {
+                   return replaced(evilRoot(signature()),
+                                   elementOf(honestManifest(), "DigestValue"),
+                                   elementOf(forged(), "DigestValue"));
+               }),
+        placed("DigestValueOfTheEvilManifestBehindAComment",
+               [] {
+                   const std::string honest = elementOf(honestManifest(), "DigestValue");
+                   return replaced(evilRoot(signature()), honest,
+                                   insertedAfter(replaced(elementOf(forged(), "DigestValue"),
+                                                          "</DigestValue>", ""),
+                                                 "<DigestValue>", "<!---->") +
+                                       "<!--" + honest.substr(13, 44) + "--></DigestValue>");
+               }),
+        placed("DigestValueOfBothManifests",
+               [] {
+                   return replaced(evilRoot(signature()), "<DigestValue>",
+                                   elementOf(forged(), "DigestValue") + "<DigestValue>");
+               }),
+        placed("DigestValueEmpty", [] { return withContent(honestManifest(), "DigestValue", ""); }),
+        placed("DigestValueCut",
+               [] { return withContent(honestManifest(), "DigestValue", "AAAA"); }),
+        placed("ReferenceOfTheEvilManifestAdded",
+               [] {
+                   return insertedBefore(evilRoot(signature()), "</SignedInfo>",
+                                         elementOf(forged(), "Reference"));
+               }),
+        placed("ReferenceRemoved", [] { return withoutElement(honestManifest(), "Reference"); }),
+        placed("TransformRemoved", [] { return withoutElement(honestManifest(), "Transforms"); }),
+        placed("DigestMethodChanged",
+               [] { return replaced(honestManifest(), "xmlenc#sha256", "xmlenc#sha512"); }),
+        placed("SignatureMethodChanged",
+               [] { return replaced(honestManifest(), "rsa-sha256", "rsa-sha512"); }),
+        placed("SignatureMethodHmac",
+               [] { return replaced(honestManifest(), "rsa-sha256", "hmac-sha256"); }),
+        placed("SignatureMethodWithAnOutputLength",
+               [] {
+                   return replaced(honestManifest(), "rsa-sha256\"/>",
+                                   "rsa-sha256\"><HMACOutputLength>0</HMACOutputLength>"
+                                   "</SignatureMethod>");
+               }),
+        placed("ReferenceWithoutUri", [] { return replaced(honestManifest(), " URI=\"\"", ""); }),
+        placed("ReferenceWithAnIdentifier",
+               [] { return replaced(honestManifest(), " URI=\"\"", " Id=\"r\" URI=\"\""); }),
+        placed("ReferenceWithTwoUris",
+               [] {
+                   return replaced(honestManifest(), " URI=\"\"",
+                                   " xmlns:a=\"urn:a\" a:URI=\"#none\" URI=\"\"");
+               }),
+        placed("PrefixListAdded",
+               [] {
+                   return replaced(
+                       honestManifest(),
+                       "<CanonicalizationMethod Algorithm=\"" + Algorithm::exclusive + "\"/>",
+                       "<CanonicalizationMethod Algorithm=\"" + Algorithm::exclusive +
+                           "\"><i:InclusiveNamespaces xmlns:i=\"" + Algorithm::exclusive +
+                           "\" PrefixList=\"xsi\"/></CanonicalizationMethod>");
+               }),
+        placed("InstructionInTheDigestValue",
+               [] { return insertedAfter(honestManifest(), "<DigestValue>", "<?p?>"); }),
+        placed("CharacterDataInFrontOfTheDigestValue",
+               [] {
+                   return replaced(evilRoot(signature()), "<DigestValue>",
+                                   "<DigestValue><![CDATA[" +
+                                       elementOf(forged(), "DigestValue").substr(13, 44) + "]]>");
+               }),
         // The signed information is canonicalised with what surrounds it.
-        made("NamespaceAroundInclusiveInformation",
-             [] { return insertedAfter(inclusivelySigned(), "<Signature", " xmlns:a=\"urn:a\""); }),
-        made("XmlAttributeAroundInclusiveInformation",
-             [] {
-                 return insertedAfter(inclusivelySigned(), "<Signature", " xml:space=\"preserve\"");
-             }),
-        made("CanonicalizationChanged",
-             [] {
-                 return replaced(honestManifest(), Algorithm::exclusive, Algorithm::inclusive);
-             })),
+        placed("NamespaceAroundInclusiveInformation",
+               [] {
+                   return insertedAfter(inclusivelySigned(), "<Signature", " xmlns:a=\"urn:a\"");
+               }),
+        placed("XmlAttributeAroundInclusiveInformation",
+               [] {
+                   return insertedAfter(inclusivelySigned(), "<Signature",
+                                        " xml:space=\"preserve\"");
+               }),
+        placed("CanonicalizationChanged",
+               [] {
+                   return replaced(honestManifest(), Algorithm::exclusive, Algorithm::inclusive);
+               })),
     nameOf);
 
 }  // namespace

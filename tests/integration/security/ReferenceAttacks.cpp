@@ -8,8 +8,6 @@
 namespace Norv::Corvane::Test {
 namespace {
 
-const std::string xmldsig = "http://www.w3.org/2000/09/xmldsig#";
-
 std::string honestWithoutSignature() {
     return withoutElement(honestManifest(), "Signature");
 }

@@ -16,8 +16,6 @@
 namespace Norv::Corvane::Test {
 namespace {
 
-constexpr std::size_t mebibyte = std::size_t{1} << 20;
-
 struct Case {
     HostileText text;
     std::size_t mebibytes;

@@ -11,13 +11,12 @@
 namespace Norv::Corvane::Test {
 namespace {
 
-const std::string xmldsig = "http://www.w3.org/2000/09/xmldsig#";
 const std::string rsaType = xmldsig + "RSAKeyValue";
 const std::string x509Type = xmldsig + "X509Data";
 const std::string rawType = xmldsig + "rawX509Certificate";
 
-std::string method(const std::string& uri, const std::string& type,
-                   const std::string& transforms = "") {
+std::string retrieval(const std::string& uri, const std::string& type,
+                      const std::string& transforms = "") {
     const std::string known = type.empty() ? "" : " Type=\"" + type + "\"";
     return "<RetrievalMethod URI=\"" + uri + "\"" + known + ">" + transforms + "</RetrievalMethod>";
 }
@@ -49,7 +48,7 @@ Attack inside(const std::string& name, const std::string& keyInfo,
 
 Attack outside(const std::string& name, const std::function<std::string()>& uri,
                const std::string& type, const TestKey& (*key)() = strangerKey) {
-    return {name, [=] { return withKeyInfo(forged({}, key()), method(uri(), type)); }};
+    return {name, [=] { return withKeyInfo(forged({}, key()), retrieval(uri(), type)); }};
 }
 
 std::string keyFile() {
@@ -75,25 +74,25 @@ std::string certificateServer() {
 INSTANTIATE_TEST_SUITE_P(
     RetrievedKey, AttackTest,
     testing::Values(
-        inside("ByIdentifier", method("#key", rsaType),
+        inside("ByIdentifier", retrieval("#key", rsaType),
                [] { return identified(rsaKeyValue(strangerKey())); }),
-        inside("ByIdentifierWithoutType", method("#key", ""),
+        inside("ByIdentifierWithoutType", retrieval("#key", ""),
                [] { return identified(rsaKeyValue(strangerKey())); }),
         inside(
-            "ByIdentifierAsCertificate", method("#key", x509Type),
+            "ByIdentifierAsCertificate", retrieval("#key", x509Type),
             [] { return identified(x509Data()); }, issuedKey),
-        inside("ByPointer", method("#xpointer(//*[local-name()='RSAKeyValue'])", rsaType),
+        inside("ByPointer", retrieval("#xpointer(//*[local-name()='RSAKeyValue'])", rsaType),
                [] { return rsaKeyValue(strangerKey()); }),
         inside("ByPath",
-               method("", rsaType,
-                      "<Transforms><Transform Algorithm=\"http://www.w3.org/TR/1999/"
-                      "REC-xpath-19991116\"><XPath>ancestor-or-self::*[local-name()="
-                      "'RSAKeyValue']</XPath></Transform></Transforms>"),
+               retrieval("", rsaType,
+                         "<Transforms><Transform Algorithm=\"http://www.w3.org/TR/1999/"
+                         "REC-xpath-19991116\"><XPath>ancestor-or-self::*[local-name()="
+                         "'RSAKeyValue']</XPath></Transform></Transforms>"),
                [] { return rsaKeyValue(strangerKey()); }),
         inside(
             "DecodedFromBase64",
-            method("#key", rawType,
-                   "<Transforms><Transform Algorithm=\"" + xmldsig + "base64\"/></Transforms>"),
+            retrieval("#key", rawType,
+                      "<Transforms><Transform Algorithm=\"" + xmldsig + "base64\"/></Transforms>"),
             [] { return identified("<Der>" + base64(certificateDer(issuedKey())) + "</Der>"); },
             issuedKey),
         inside("ByReferenceToKeyInfo",

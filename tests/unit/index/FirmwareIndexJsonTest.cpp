@@ -33,14 +33,14 @@ const char* const exampleText =
     R"({"filename":"bootloader.bin","type":"QVWOLMZB04","version":"1.0.0.0",)"
     R"("supportedHwRevs":[],"sha256":"5e1d7c9b"}])";
 
-Firmwares example() {
+Firmwares described() {
     return {{{"rootfs-4.2.1.img", Type::QA01RTVN, {4, 2, 1, 7}, {"A1", "B3"}, "0c2f8e5a"},
              {"bootloader.bin", Type::WOLMZB04, {1, 0, 0, 0}, {}, "5e1d7c9b"}}};
 }
 
 // A valid record of which `member` has another value, or is missing if that is empty.
 json::value recordWith(const std::string& member, const std::string& value) {
-    auto record = json::value_from(example().firmwares.front());
+    auto record = json::value_from(described().firmwares.front());
     if (value.empty()) {
         record.as_object().erase(member);
     } else {
@@ -54,15 +54,15 @@ Firmwares::Firmware read(const json::value& record) {
 }
 
 TEST(FirmwareIndexJson, WritesTheFiveMembersOfEachRecordInOrder) {
-    EXPECT_EQ(json::serialize(json::value_from(example())), exampleText);
+    EXPECT_EQ(json::serialize(json::value_from(described())), exampleText);
 }
 
 TEST(FirmwareIndexJson, ReadsWhatItWrites) {
-    EXPECT_EQ(json::value_to<Firmwares>(json::parse(exampleText)), example());
+    EXPECT_EQ(json::value_to<Firmwares>(json::parse(exampleText)), described());
 }
 
 TEST(FirmwareIndexJson, ConvertsASingleRecord) {
-    const auto record = example().firmwares.front();
+    const auto record = described().firmwares.front();
     const auto value = json::value_from(record);
     EXPECT_TRUE(value.is_object());
     EXPECT_EQ(read(value), record);
@@ -105,7 +105,7 @@ TEST(FirmwareIndexJson, ReadsAnUnknownTypeAsNone) {
 }
 
 TEST(FirmwareIndexJson, NeitherWritesNorReadsTheQualifier) {
-    auto qualified = example().firmwares.front();
+    auto qualified = described().firmwares.front();
     const auto plain = json::value_from(qualified);
     qualified.type.qualifier = "lab";
     EXPECT_EQ(json::value_from(qualified), plain);

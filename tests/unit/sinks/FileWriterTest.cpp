@@ -47,7 +47,7 @@ std::string textOf(std::errc error) {
     return std::make_error_code(error).message();
 }
 
-LogRecord error(std::string message) {
+LogRecord openError(std::string message) {
     return {spdlog::level::err, std::move(message), "FileWriter"};
 }
 
@@ -174,7 +174,7 @@ TEST_F(FileWriterTest, FailsToOpenWhenTheParentIsAFile) {
     directory.write("fw/bin", "a file");
     EXPECT_FALSE(writeTo(directory / "fw", fileAt("bin/app")));
     EXPECT_THAT(log.records(),
-                ElementsAre(error("Failde to open file " + (directory / "fw/bin").native())));
+                ElementsAre(openError("Failde to open file " + (directory / "fw/bin").native())));
     EXPECT_EQ(readFile(directory / "fw/bin"), "a file");
 }
 
@@ -186,14 +186,15 @@ TEST_F(FileWriterTest, FailsToCreateADirectoryBelowAFile) {
     ASSERT_TRUE(reason);
 
     EXPECT_FALSE(writeTo(directory / "fw", fileAt("bin/sub/app")));
-    EXPECT_THAT(log.records(), ElementsAre(error("Failed to create directory " + parent.native() +
-                                                 " (" + reason.message() + ")")));
+    EXPECT_THAT(log.records(),
+                ElementsAre(openError("Failed to create directory " + parent.native() + " (" +
+                                      reason.message() + ")")));
 }
 
 TEST_F(FileWriterTest, FailsForAnEmptyTargetAndABareName) {
     EXPECT_FALSE(writeTo("", fileAt("app")));
-    EXPECT_THAT(log.records(), ElementsAre(error("Failed to create directory  (" +
-                                                 textOf(std::errc::invalid_argument) + ")")));
+    EXPECT_THAT(log.records(), ElementsAre(openError("Failed to create directory  (" +
+                                                     textOf(std::errc::invalid_argument) + ")")));
     EXPECT_FALSE(fs::exists("app"));
 }
 
@@ -203,7 +204,7 @@ TEST_F(FileWriterTest, FailsForAnEmptyInstallationPath) {
     file.remoteFilePath = "";
     EXPECT_FALSE(writeTo(directory / "fw", file));
     EXPECT_THAT(log.records(),
-                ElementsAre(error("Failde to open file " + directory.path().native())));
+                ElementsAre(openError("Failde to open file " + directory.path().native())));
     EXPECT_THAT(directory.files(), IsEmpty());
 }
 
@@ -219,7 +220,7 @@ TEST_F(FileWriterTest, FailsToOpenAPathThatNamesADirectory) {
     fs::create_directories(directory / "fw/app");
     EXPECT_FALSE(writeTo(directory / "fw", fileAt("app")));
     EXPECT_THAT(log.records(),
-                ElementsAre(error("Failde to open file " + (directory / "fw").native())));
+                ElementsAre(openError("Failde to open file " + (directory / "fw").native())));
 }
 
 TEST_F(FileWriterTest, ReportsAFailedConstructionWithoutAnyChunk) {

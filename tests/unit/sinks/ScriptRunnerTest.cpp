@@ -32,14 +32,14 @@ static_assert(std::is_constructible_v<ScriptRunner, const path&, const File&>);
 static_assert(!std::is_polymorphic_v<ScriptRunner>);
 static_assert(sizeof(ScriptRunner) == sizeof(boost::optional<path>), "the path is the whole state");
 
-File fileAt(std::string installationPath, FileKind kind = FileKind::Script) {
+File scriptAt(std::string installationPath, FileKind kind = FileKind::Script) {
     File file;
     file.kind = kind;
     file.localFilePath = std::move(installationPath);
     return file;
 }
 
-LogRecord error(std::string message) {
+LogRecord doneError(std::string message) {
     return {spdlog::level::err, std::move(message), "done"};
 }
 
@@ -48,7 +48,7 @@ protected:
     // Installs a script and runs it.
     bool run(const std::string& text, const std::string& name = "Script.run") const {
         directory.write(name, text);
-        return ScriptRunner(directory.path(), fileAt(name)).done();
+        return ScriptRunner(directory.path(), scriptAt(name)).done();
     }
 
     mode_t modeOf(const std::string& name) const {
@@ -67,7 +67,7 @@ protected:
 
 TEST(IsExecutableScriptFile, NeedsTheSuffixAtTheEndOfThePath) {
     const auto executable = [](const char* name) {
-        return ScriptRunner::IsExecutableScriptFile(fileAt(name));
+        return ScriptRunner::IsExecutableScriptFile(scriptAt(name));
     };
     EXPECT_TRUE(executable("Script.run"));
     EXPECT_TRUE(executable("bin/PostScript.run"));
@@ -82,23 +82,23 @@ TEST(IsExecutableScriptFile, NeedsTheSuffixAtTheEndOfThePath) {
 }
 
 TEST(IsExecutableScriptFile, NeedsTheScriptKind) {
-    EXPECT_FALSE(ScriptRunner::IsExecutableScriptFile(fileAt("Script.run", FileKind::Firmware)));
+    EXPECT_FALSE(ScriptRunner::IsExecutableScriptFile(scriptAt("Script.run", FileKind::Firmware)));
 }
 
 TEST(IsExecutableScriptFile, LooksAtTheRemotePathIfThereIsOne) {
-    File file = fileAt("Script.run");
+    File file = scriptAt("Script.run");
     file.remoteFilePath = "other";
     EXPECT_FALSE(ScriptRunner::IsExecutableScriptFile(file));
     file.remoteFilePath = "";
     EXPECT_FALSE(ScriptRunner::IsExecutableScriptFile(file));
-    file = fileAt("other");
+    file = scriptAt("other");
     file.remoteFilePath = "Script.run";
     EXPECT_TRUE(ScriptRunner::IsExecutableScriptFile(file));
 }
 
 TEST_F(ScriptRunnerTest, DoesNotRunFirmware) {
     directory.write("Script.run", leaveMark());
-    EXPECT_TRUE(ScriptRunner(directory.path(), fileAt("Script.run", FileKind::Firmware)).done());
+    EXPECT_TRUE(ScriptRunner(directory.path(), scriptAt("Script.run", FileKind::Firmware)).done());
     EXPECT_FALSE(ran());
 }
 
@@ -110,7 +110,7 @@ TEST_F(ScriptRunnerTest, DoesNotRunScriptsOfOtherNames) {
 
 TEST_F(ScriptRunnerTest, DoesNotRunAScriptWithAnEmptyInstallationPath) {
     directory.write("Script.run", leaveMark());
-    File file = fileAt("Script.run");
+    File file = scriptAt("Script.run");
     file.remoteFilePath = "";
     EXPECT_TRUE(ScriptRunner(directory.path(), file).done());
     EXPECT_FALSE(ran());
@@ -118,7 +118,7 @@ TEST_F(ScriptRunnerTest, DoesNotRunAScriptWithAnEmptyInstallationPath) {
 
 TEST_F(ScriptRunnerTest, RunsInDoneAndNotBefore) {
     directory.write("Script.run", leaveMark());
-    ScriptRunner runner(directory.path(), fileAt("Script.run"));
+    ScriptRunner runner(directory.path(), scriptAt("Script.run"));
     const unsigned char data[] = {'x'};
     runner.write(data, true);
     EXPECT_FALSE(ran());
@@ -129,14 +129,14 @@ TEST_F(ScriptRunnerTest, RunsInDoneAndNotBefore) {
 
 TEST_F(ScriptRunnerTest, KeepsAnAbsoluteInstallationPathBelowTheTarget) {
     directory.write("bin/Script.run", leaveMark());
-    EXPECT_TRUE(ScriptRunner(directory.path(), fileAt("/bin/Script.run")).done());
+    EXPECT_TRUE(ScriptRunner(directory.path(), scriptAt("/bin/Script.run")).done());
     EXPECT_TRUE(ran());
 }
 
 TEST_F(ScriptRunnerTest, RunsTheScriptAtItsRemotePath) {
     directory.write("remote/Script.run", leaveMark());
     directory.write("local", "exit 1\n");
-    File file = fileAt("local");
+    File file = scriptAt("local");
     file.remoteFilePath = "remote/Script.run";
     EXPECT_TRUE(ScriptRunner(directory.path(), file).done());
     EXPECT_TRUE(ran());
@@ -187,7 +187,7 @@ TEST_F(ScriptRunnerTest, AddsThePermissionOfTheOwnerAndNoOther) {
     for (const auto& [before, after] :
          {std::pair<mode_t, mode_t>{0640, 0740}, {0606, 0706}, {0611, 0711}}) {
         ASSERT_EQ(chmod(script.c_str(), before), 0);
-        EXPECT_TRUE(ScriptRunner(directory.path(), fileAt("Script.run")).done());
+        EXPECT_TRUE(ScriptRunner(directory.path(), scriptAt("Script.run")).done());
         EXPECT_EQ(modeOf("Script.run"), after);
     }
 }
@@ -195,20 +195,20 @@ TEST_F(ScriptRunnerTest, AddsThePermissionOfTheOwnerAndNoOther) {
 TEST_F(ScriptRunnerTest, HasSetThePermissionWhenTheScriptRuns) {
     const path script = directory.write("Script.run", "test -x \"$0\"\n");
     ASSERT_EQ(chmod(script.c_str(), 0600), 0);
-    EXPECT_TRUE(ScriptRunner(directory.path(), fileAt("Script.run")).done());
+    EXPECT_TRUE(ScriptRunner(directory.path(), scriptAt("Script.run")).done());
 }
 
 TEST_F(ScriptRunnerTest, LeavesThePermissionsOfAnExecutableScriptAlone) {
     const path script = directory.write("Script.run", "exit 0\n");
     ASSERT_EQ(chmod(script.c_str(), 0715), 0);
-    EXPECT_TRUE(ScriptRunner(directory.path(), fileAt("Script.run")).done());
+    EXPECT_TRUE(ScriptRunner(directory.path(), scriptAt("Script.run")).done());
     EXPECT_EQ(modeOf("Script.run"), 0715U);
 }
 
 TEST_F(ScriptRunnerTest, ThrowsWhenThePermissionCannotBeChanged) {
     // A regular file that takes no other permissions, not even from root.
     fs::create_symlink("/proc/self/comm", directory / "Script.run");
-    ScriptRunner runner(directory.path(), fileAt("Script.run"));
+    ScriptRunner runner(directory.path(), scriptAt("Script.run"));
     try {
         runner.done();
         FAIL() << "nothing was thrown";
@@ -220,22 +220,24 @@ TEST_F(ScriptRunnerTest, ThrowsWhenThePermissionCannotBeChanged) {
 }
 
 TEST_F(ScriptRunnerTest, FailsForAMissingScript) {
-    EXPECT_FALSE(ScriptRunner(directory.path(), fileAt("Script.run")).done());
-    EXPECT_THAT(log.records(), ElementsAre(error("Script " + (directory / "Script.run").native() +
-                                                 " is not a regular file")));
+    EXPECT_FALSE(ScriptRunner(directory.path(), scriptAt("Script.run")).done());
+    EXPECT_THAT(log.records(),
+                ElementsAre(doneError("Script " + (directory / "Script.run").native() +
+                                      " is not a regular file")));
 }
 
 TEST_F(ScriptRunnerTest, FailsForADirectory) {
     fs::create_directory(directory / "Script.run");
-    EXPECT_FALSE(ScriptRunner(directory.path(), fileAt("Script.run")).done());
-    EXPECT_THAT(log.records(), ElementsAre(error("Script " + (directory / "Script.run").native() +
-                                                 " is not a regular file")));
+    EXPECT_FALSE(ScriptRunner(directory.path(), scriptAt("Script.run")).done());
+    EXPECT_THAT(log.records(),
+                ElementsAre(doneError("Script " + (directory / "Script.run").native() +
+                                      " is not a regular file")));
 }
 
 TEST_F(ScriptRunnerTest, FollowsASymbolicLinkToAScript) {
     directory.write("real", leaveMark());
     fs::create_symlink("real", directory / "Script.run");
-    EXPECT_TRUE(ScriptRunner(directory.path(), fileAt("Script.run")).done());
+    EXPECT_TRUE(ScriptRunner(directory.path(), scriptAt("Script.run")).done());
     EXPECT_TRUE(ran());
 }
 
@@ -244,26 +246,26 @@ TEST_F(ScriptRunnerTest, NormalisesNothing) {
     directory.write("other/Script.run", leaveMark());
     fs::create_directory(directory / "fw");
     fs::create_symlink("../other/sub", directory / "fw/link");
-    EXPECT_TRUE(ScriptRunner(directory / "fw", fileAt("link/./../Script.run")).done());
+    EXPECT_TRUE(ScriptRunner(directory / "fw", scriptAt("link/./../Script.run")).done());
     EXPECT_TRUE(ran());
 }
 
 TEST_F(ScriptRunnerTest, ThrowsWhenTheStateOfTheScriptCannotBeTold) {
     fs::create_symlink("Script.run", directory / "Script.run");
-    ScriptRunner runner(directory.path(), fileAt("Script.run"));
+    ScriptRunner runner(directory.path(), scriptAt("Script.run"));
     EXPECT_THROW(runner.done(), fs::filesystem_error);
 }
 
 TEST_F(ScriptRunnerTest, PassesOnlyThePartBeforeABlankToTheShell) {
     directory.write("a b/Script.run", leaveMark());
-    EXPECT_FALSE(ScriptRunner(directory / "a b", fileAt("Script.run")).done());
+    EXPECT_FALSE(ScriptRunner(directory / "a b", scriptAt("Script.run")).done());
     EXPECT_FALSE(ran());
     EXPECT_THAT(log.records(), IsEmpty());
 
     // What the shell receives as its script: the part before the blank, with the rest behind it.
     const path out = directory / "out";
     directory.write("a", "printf '%s\\n' \"$#\" \"$1\" > " + out.native() + "\n");
-    EXPECT_TRUE(ScriptRunner(directory / "a b", fileAt("Script.run")).done());
+    EXPECT_TRUE(ScriptRunner(directory / "a b", scriptAt("Script.run")).done());
     EXPECT_EQ(readFile(out), "4\nb/Script.run\n");
     EXPECT_FALSE(ran());
 }

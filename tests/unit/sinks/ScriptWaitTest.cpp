@@ -48,17 +48,15 @@ namespace {
 using namespace Norv::Corvane::Common;
 using namespace Norv::Corvane::Test;
 
-namespace fs = std::filesystem;
-
 // How many entries the directory has that `matches` holds for.
-std::ptrdiff_t countOf(const char* directory, bool (*matches)(const fs::path&)) {
-    const fs::directory_iterator entries(directory);
+std::ptrdiff_t countOf(const char* directory, bool (*matches)(const std::filesystem::path&)) {
+    const std::filesystem::directory_iterator entries(directory);
     return std::count_if(begin(entries), end(entries),
                          [matches](const auto& entry) { return matches(entry.path()); });
 }
 
 std::ptrdiff_t threads() {
-    return countOf("/proc/self/task", [](const fs::path&) { return true; });
+    return countOf("/proc/self/task", [](const std::filesystem::path&) { return true; });
 }
 
 // Everything by which a process can have itself woken later, except another thread or process.
@@ -72,9 +70,9 @@ std::ptrdiff_t armedTimers() {
     for (std::ifstream timers("/proc/self/timers"); std::getline(timers, line);) {
         armed += line.compare(0, 4, "ID: ") == 0 ? 1 : 0;
     }
-    return armed + countOf("/proc/self/fd", [](const fs::path& descriptor) {
+    return armed + countOf("/proc/self/fd", [](const std::filesystem::path& descriptor) {
                std::error_code gone;
-               return fs::read_symlink(descriptor, gone) == "anon_inode:[timerfd]";
+               return std::filesystem::read_symlink(descriptor, gone) == "anon_inode:[timerfd]";
            });
 }
 
