@@ -25,8 +25,9 @@ endif()
 add_library(corvane_build_options INTERFACE)
 target_compile_features(corvane_build_options INTERFACE cxx_std_17)
 target_compile_options(corvane_build_options INTERFACE
-    -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual
-    -Wconversion -Wsign-conversion
+    -Wall -Wextra -Wpedantic -Wnon-virtual-dtor -Woverloaded-virtual -Wconversion -Wsign-conversion
+    # Files that are compiled together see each other's names.
+    $<$<NOT:$<BOOL:${CMAKE_UNITY_BUILD}>>:-Wshadow>
     # Log records carry __FILE__; keep it independent of where the tree was checked out.
     "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/="
     $<$<BOOL:${CORVANE_WERROR}>:-Werror>)
@@ -35,7 +36,9 @@ target_compile_definitions(corvane_build_options INTERFACE
     BOOST_FILESYSTEM_VERSION=3)
 if(CORVANE_SANITIZE)
     target_compile_options(corvane_build_options INTERFACE
-        "-fsanitize=${CORVANE_SANITIZE}" -fno-sanitize-recover=all -fno-omit-frame-pointer)
+        "-fsanitize=${CORVANE_SANITIZE}" -fno-sanitize-recover=all -fno-omit-frame-pointer
+        # What a sanitizer puts in between hides from gcc that a value was set.
+        $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
     target_link_options(corvane_build_options INTERFACE "-fsanitize=${CORVANE_SANITIZE}")
 endif()
 

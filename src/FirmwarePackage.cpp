@@ -1,9 +1,8 @@
 #include "Norv/Corvane/Common/FirmwarePackage.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <memory>
-#include <string>
+#include <new>
 #include <utility>
 
 #include "Log.h"
@@ -15,25 +14,47 @@ namespace {
 
 constexpr const char* manifestName = "FirmwareDescription.xml";
 constexpr zip_uint64_t maxManifestSize = zip_uint64_t{64} << 20;
-constexpr std::size_t manifestStep = std::size_t{256} << 10;
 constexpr std::size_t digestStep = std::size_t{512} << 10;
 
-// At most `size` bytes, none when reading fails. The declared size is the archive's word only, so
-// memory is taken as data really arrives and not on the strength of that word.
-std::string readManifest(libzip::file entry, std::size_t size) {
-    std::string text;
-    while (text.size() < size) {
-        const std::size_t before = text.size();
-        const std::size_t step = std::min(manifestStep, size - before);
-        text.resize(before + step);
-        const zip_int64_t count = entry.read(&text[before], step);
-        text.resize(count < 0 ? 0 : before + static_cast<std::size_t>(count));
-        if (count <= 0) {
-            break;
-        }
+// An open entry, and the size that the archive declares for it.
+struct Manifest {
+    libzip::file entry;
+    zip_uint64_t size;
+};
+
+boost::optional<Manifest> openManifest(const libzip::archive& archive) {
+    try {
+        libzip::file entry = archive.open(manifestName);
+        return Manifest{std::move(entry), archive.stat(manifestName).size};
+    } catch (const std::exception&) {
+        return boost::none;
     }
-    return text;
 }
+
+// The text that one read delivers, with a zero byte behind it. The declared size is only a claim:
+// fresh zeroed memory is not taken from the system before something is written there.
+class ManifestBuffer {
+public:
+    explicit ManifestBuffer(Manifest manifest)
+        : bytes_(static_cast<char*>(std::calloc(static_cast<std::size_t>(manifest.size) + 1, 1))) {
+        if (bytes_ == nullptr) {
+            throw std::bad_alloc();
+        }
+        const auto size = static_cast<std::size_t>(manifest.size);
+        const zip_int64_t count = manifest.entry.read(bytes_.get(), size);
+        size_ = count < 0 ? 0 : static_cast<std::size_t>(count);
+        bytes_.get()[size_] = '\0';
+    }
+
+    boost::string_view text() const noexcept { return {bytes_.get(), size_}; }
+
+private:
+    struct Deleter {
+        void operator()(char* bytes) const noexcept { std::free(bytes); }
+    };
+    std::unique_ptr<char, Deleter> bytes_;
+    std::size_t size_ = 0;
+};
 
 }  // namespace
 
@@ -76,18 +97,15 @@ bool FirmwarePackage::validateSHA256(libzip::file entry,
 boost::variant<FirmwareDescription, std::error_code>
 FirmwarePackage::validateAndGetFirmwareDescription(
     const IFirmwareDescriptionValidator& validator) const {
-    boost::optional<libzip::file> entry;
-    zip_uint64_t size = 0;
-    try {
-        entry = archive_.open(manifestName);
-        size = archive_.stat(manifestName).size;
-    } catch (const std::exception&) {
+    boost::optional<Manifest> manifest = openManifest(archive_);
+    if (!manifest) {
         return make_error_code(ValidationError::MissingFirmwareDescriptionFile);
     }
-    if (size > maxManifestSize) {
+    if (manifest->size > maxManifestSize) {
         return make_error_code(ValidationError::ValidationProcessError);
     }
-    const std::string text = readManifest(*std::move(entry), static_cast<std::size_t>(size));
+    const ManifestBuffer buffer(*std::move(manifest));
+    const boost::string_view text = buffer.text();
 
     const boost::optional<bool> genuine = validator.ValidateSignature(text);
     if (!genuine) {
@@ -97,7 +115,7 @@ FirmwarePackage::validateAndGetFirmwareDescription(
         return make_error_code(ValidationError::InvalidSignature);
     }
     pugi::xml_document document;
-    if (!document.load_string(text.c_str())) {
+    if (!document.load_string(text.data())) {
         return make_error_code(ValidationError::XmlParsingFailed);
     }
     const pugi::xml_node description = document.child("FirmwareDescription");
