@@ -21,25 +21,27 @@ using Norv::Corvane::Fuzz::limitsMark;
 using Norv::Corvane::Fuzz::limitsSize;
 using Norv::Corvane::Fuzz::withoutLimits;
 
-std::string randomEdits(std::minstd_rand& random, std::size_t count) {
+// One in `rareness` begins with a compound edit.
+std::string randomEdits(std::minstd_rand& random, std::size_t count, unsigned rareness) {
     std::string edits(count * editSize, '\0');
     for (char& byte : edits) {
         byte = static_cast<char>(random() >> 8);
     }
-    if (random() % 4 == 0) {
+    if (random() % rareness == 0) {
         edits.front() = static_cast<char>(firstCompoundEdit + random() % compoundEdits);
     }
     return edits;
 }
 
-// Allocations are some thousands.
+// Allocations are some thousands. The parser's come first, and what it loses is noticed least.
 std::string randomLimits(std::minstd_rand& random) {
     if (random() % 4 == 0) {
         return {};
     }
     const auto byte = [](unsigned long value) { return static_cast<char>(value); };
     const bool memory = random() % 2 == 0;
-    const unsigned long fault = memory ? 1 + random() % 4096 : 0;
+    const unsigned long most = random() % 2 == 0 ? 256 : 4096;
+    const unsigned long fault = memory ? 1 + random() % most : 0;
     return {limitsMark, byte(memory ? 0 : random() >> 8), byte(fault / 256), byte(fault % 256),
             byte(random() % 4 == 0 ? 1 : 0)};
 }
@@ -62,6 +64,7 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
     const bool sameLimits = random() % 2 == 0;
     const std::string limits =
         sameLimits ? std::string(whole.substr(0, size - input.size())) : randomLimits(random);
+    const unsigned rareness = limits.empty() ? 4 : 2;
     const std::size_t end = std::min(input.find('\xFF'), input.size());
     std::string manifest = input.substr(0, end);
     std::string edits = input.substr(std::min(end + 1, input.size()));
@@ -70,7 +73,8 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
     switch (sameLimits ? random() % 12 : random() % 24) {
         case 0:
             // The maker of the package writes something else.
-            manifest = Norv::Corvane::Fuzz::edited(manifest, randomEdits(random, 1 + random() % 2));
+            manifest = Norv::Corvane::Fuzz::edited(manifest,
+                                                   randomEdits(random, 1 + random() % 2, rareness));
             break;
         case 1:
             manifest = mutatedBytes(manifest, std::min(maxSize, manifest.size() + 64));
@@ -85,13 +89,14 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
         case 5:
         case 6:
         case 7:
-            edits = randomEdits(random, 1);
+            edits = randomEdits(random, 1, rareness);
             break;
         case 8:
         case 9:
         case 10:
         case 11:
-            edits = edits.substr(0, edits.size() / editSize * editSize) + randomEdits(random, 1);
+            edits = edits.substr(0, edits.size() / editSize * editSize) +
+                    randomEdits(random, 1, rareness);
             break;
         default:
             break;
