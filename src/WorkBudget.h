@@ -46,7 +46,7 @@ private:
     double mostDocumentBytes() const;
 
     boost::string_view text_;
-    // For a signature that treats no namespace prefix specially, as nearly all of them.
+    // For a signature that treats no namespace prefix specially, like nearly all signatures.
     Work usual_;
 };
 
