@@ -4,8 +4,8 @@
 //
 // Reads what scnlib's integer reader reads: ASCII blanks and one "+" may stand before a number, and
 // there is no "0x" prefix. A "+" without digits counts as 0 if anything follows in the text, even a
-// blank; only at the very end of the text is it an error. Nothing here throws; distinct calls are
-// independent.
+// blank; only at the very end of the text is it an error.
+// Nothing here throws; distinct calls are independent.
 
 #pragma once
 
