@@ -18,8 +18,8 @@ constexpr zip_uint64_t maxManifestSize = zip_uint64_t{64} << 20;
 constexpr std::size_t manifestStep = std::size_t{256} << 10;
 constexpr std::size_t digestStep = std::size_t{512} << 10;
 
-// At most `size` bytes, none when reading fails. The declared size is only a claim, so memory is
-// taken only as data arrives.
+// At most `size` bytes, none when reading fails. The declared size is the archive's word only, so
+// memory is taken as data really arrives and not on the strength of that word.
 std::string readManifest(libzip::file entry, std::size_t size) {
     std::string text;
     while (text.size() < size) {
