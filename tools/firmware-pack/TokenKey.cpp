@@ -1,6 +1,6 @@
 #include "TokenKey.h"
 
-// Debian 12 has only the engine for tokens, so we use its deprecated interface.
+// The engine is what Debian 12 has for tokens. Its interface is deprecated, and wanted.
 #include <openssl/engine.h>
 #include <openssl/err.h>
 #include <openssl/provider.h>
@@ -34,7 +34,7 @@ Complaints takeComplaints() {
         const std::string_view text = reason == nullptr ? "" : reason;
         const auto says = [&](const char* part) { return text.find(part) != text.npos; };
         complaints.lockedPin = complaints.lockedPin || says("PIN locked") || says("PIN_LOCKED");
-        // The user interface refuses an answer that is shorter or longer than a PIN can be.
+        // The user interface refuses what is shorter or longer than a PIN can be.
         complaints.wrongPin =
             complaints.wrongPin || says("PIN") || says("pin") || ERR_GET_LIB(error) == ERR_LIB_UI;
         complaints.last = text;
@@ -58,7 +58,7 @@ Complaints takeComplaints() {
     throw PackError("no token holds a private key " + name);
 }
 
-// Every process of the machine can see a PIN in an argument.
+// A PIN in an argument is seen by every process of the machine.
 void refusePinInUri(const std::string& uri) {
     if (uri.find("pin-value=") != std::string::npos) {
         throw PackError(
@@ -73,7 +73,7 @@ struct UnloadProvider {
 using ProviderPtr = std::unique_ptr<OSSL_PROVIDER, UnloadProvider>;
 
 ProviderPtr loadProvider() {
-    // Without the last argument, loading a provider by name would disable the default provider.
+    // Loading one by name would otherwise take the default provider away.
     ProviderPtr provider(OSSL_PROVIDER_try_load(nullptr, "pkcs11", 1));
     ERR_clear_error();
     return provider;
@@ -98,7 +98,7 @@ PrivateKey openThroughProvider(const KeySource& source, ProviderPtr provider) {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 
-// An initialised engine. Finishing it closes the token before the module is unloaded.
+// The engine, initialised. Ending it closes the token before the module is unloaded.
 struct FinishEngine {
     void operator()(ENGINE* engine) const {
         ENGINE_finish(engine);
@@ -116,7 +116,7 @@ EnginePtr startEngine(const std::string& module) {
             "OpenSSL has neither a provider nor an engine for PKCS#11 tokens: install "
             "pkcs11-provider or libengine-pkcs11-openssl");
     }
-    // Our own messages give the reasons; the engine would print them as well.
+    // Reasons go into messages of ours; the engine prints them as well unless told not to.
     ENGINE_ctrl_cmd_string(engine, "QUIET", nullptr, 0);
     if (!module.empty()) {
         ENGINE_ctrl_cmd_string(engine, "MODULE_PATH", module.c_str(), 0);
@@ -144,7 +144,7 @@ PrivateKey openThroughEngine(const KeySource& source) {
 #pragma GCC diagnostic pop
 #endif
 
-// Without this check, a module that does not exist would look like a missing token.
+// A module that does not exist would only be told apart from a missing token in a debugger.
 void checkModule(const std::string& module) {
     if (!module.empty()) {
         readSmallFile(module, std::size_t{64} << 20U);
