@@ -39,8 +39,8 @@ void install(const path& target, const PackageBuilder& package,
 
 class InstallerDeathTest : public testing::Test {
 protected:
-    // A death test runs the test again in a child process, which cannot clean up: it works in its
-    // parent's directory.
+    // A death test runs the test again in a child process, which cannot clean up, so it works in
+    // its parent's directory.
     void SetUp() override {
         GTEST_FLAG_SET(death_test_style, deathTestStyle());
         constexpr const char* variable = "CORVANE_DEATH_TEST_DIRECTORY";
