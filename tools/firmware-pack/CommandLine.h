@@ -47,7 +47,7 @@ struct Command {
     const char* name;
     // The arguments, for the first line of the help.
     const char* synopsis;
-    // One line, and what else there is to say.
+    // One line, and further text.
     const char* summary;
     const char* description;
     // Adds the options; their values go into `options`.

@@ -8,8 +8,8 @@
 
 namespace Norv::Corvane::Pack {
 
-// Called from time to time with the name of the step, what is done and what there is to do, in
-// bytes. May be empty.
+// Called from time to time with the name of the step and, in bytes, what is done and what there is
+// to do. May be empty.
 using ProgressSink = std::function<void(const char* step, std::uint64_t done, std::uint64_t total)>;
 
 // One step over a known number of bytes.
