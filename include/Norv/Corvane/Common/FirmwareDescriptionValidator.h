@@ -58,8 +58,8 @@ public:
     // Trusts nothing from now on.
     void Close() noexcept;
 
-    // True only if the trusted key signed all of the manifest, and pugixml reads the same in it as
-    // in the very bytes that were signed. The manifest is used as pugixml reads it: without that
+    // True only if the trusted key signed the manifest as a whole, and pugixml reads the same in it
+    // as in the very bytes that were signed. The manifest is used as pugixml reads it: without that
     // comparison, the signature could vouch for one document while another one is used. A mismatch
     // is empty, not false, because nothing is wrong with the signature itself.
     //
