@@ -1,4 +1,4 @@
-// What the user sees, or the program that started us.
+// What the user sees, or the program that started the host.
 //
 // Used on the main thread only. Nothing here throws unless memory runs out.
 

@@ -36,7 +36,7 @@ void beforeFork() noexcept {
     errno = error;
 }
 
-// Leaves the pipe no writer in this process, so that it ends with the script.
+// Leaves no writer of the pipe in this process, so that it ends with the script.
 void afterFork() noexcept {
     const int error = errno;
     if (capturing) {
