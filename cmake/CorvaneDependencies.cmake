@@ -1,7 +1,7 @@
-# Everything the library is built on. Debian packages all of it but scnlib, which platform/scn stands
-# in for; scripts/dependencies installs it, and shows these lines where it cannot.
+# Everything the library is built on. Debian packages all of it but scnlib, which platform/scn
+# stands in for; scripts/dependencies installs it, and prints these lines where it cannot.
 
-# Stops with what was found of a dependency, and what works.
+# Stops with an error that says which version of a dependency was found, and which ones work.
 function(corvane_refuse name lowest tested found reason)
     if(NOT lowest STREQUAL "")
         string(PREPEND tested "${lowest} or later, tested with ")

@@ -1,12 +1,12 @@
 # Installation: the library, its headers, the CMake package corvane_common and corvane_common.pc.
 #
 # Components: runtime, dev, tools, and tessary-standin, which exists only where the device's own
-# libtessary.so was not given. A static library is of component dev alone.
+# libtessary.so was not given. A static library belongs to component dev only.
 
 include(CMakePackageConfigHelpers)
 
 set(corvane_cmake_dir "${CMAKE_INSTALL_LIBDIR}/cmake/corvane_common")
-# Headers that are not this library's own; only its users look for them here.
+# Headers that are not this library's own, in a folder that only its users search.
 set(corvane_private_include_dir "${CMAKE_INSTALL_INCLUDEDIR}/corvane_common")
 
 install(TARGETS corvane_common EXPORT corvane_common
@@ -28,7 +28,7 @@ endforeach()
 install(FILES cmake/licenses/libtorrent.txt
     DESTINATION "${corvane_private_include_dir}/libtorrent" RENAME LICENSE COMPONENT dev)
 
-# The programs find the library wherever the tree is put as a whole.
+# The programs find the library, wherever the tree as a whole is installed.
 file(RELATIVE_PATH corvane_lib_from_bin "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
 foreach(program firmware-pack firmware-host)
     if(TARGET ${program})
@@ -37,8 +37,8 @@ foreach(program firmware-pack firmware-host)
     endif()
 endforeach()
 
-# What only the library's own code needs is no concern of those who link a shared library. With a
-# static one, they link that as well.
+# Those who link a shared library do not need what only its own code uses. With a static one, they
+# link that as well.
 set(corvane_link_requires "")
 set(corvane_link_libs "")
 if(corvane_library_type STREQUAL "STATIC")
@@ -81,7 +81,7 @@ if(NOT TESSARY_LIBRARY)
         COMPONENT tessary-standin)
 endif()
 
-# Sources to start from.
+# Sources to start a host from.
 install(DIRECTORY examples/minimal examples/firmware-index examples/firmware-host examples/printable
     DESTINATION "${CMAKE_INSTALL_DATADIR}/corvane_common/examples" COMPONENT dev
     FILES_MATCHING PATTERN "*.cpp" PATTERN "*.h")

@@ -13,10 +13,12 @@ set(CORVANE_SANITIZE "" CACHE STRING "Sanitizers to build with, for example addr
 set(CORVANE_LIBTORRENT_INCLUDE_DIR "" CACHE PATH "Directory that holds libtorrent/span.hpp")
 set(TESSARY_LIBRARY "" CACHE FILEPATH "The device's libtessary.so; a stand-in is built when empty")
 
-# A path in what is linked would make the same sources, built elsewhere, another library.
+# With an absolute path in the binaries, the same sources would give another library in another
+# place.
 set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 
-# Shared unless the opposite is asked for; as an option this would decide for the projects around it.
+# Shared unless BUILD_SHARED_LIBS says otherwise. Defining that as an option would decide for the
+# projects around this one.
 set(corvane_library_type SHARED)
 if(DEFINED BUILD_SHARED_LIBS AND NOT BUILD_SHARED_LIBS)
     set(corvane_library_type STATIC)

@@ -1,4 +1,4 @@
-// What a fuzz target does about a broken promise: ends the process, so that the input is kept.
+// Ends the process when a fuzz target finds a broken promise, so that the input is kept.
 
 #pragma once
 

@@ -1,4 +1,5 @@
-// What a small machine, or a sender, can make libxml2 run out of: room for names, and memory.
+// Limits that a small machine, or whoever sends a manifest, can make libxml2 reach: room for names,
+// and memory.
 
 #pragma once
 

@@ -1,7 +1,7 @@
 // Package files: opening, reading the manifest, checking the payload.
 //
-// Every manifest is let pass, so that what follows the signature is reached. A digest that the
-// package reports as right is computed again, independently of the library.
+// Accepts every manifest, to reach what follows the signature. A digest that the package reports as
+// right is computed again, independently of the library.
 
 #include <openssl/evp.h>
 #include <openssl/sha.h>

@@ -3,8 +3,8 @@
 //
 // An input is a manifest without values in its signature, and after a byte 0xFF any number of
 // edits. The manifest is signed with the trusted key, as an honest maker of packages would, and the
-// edits are an attacker's. In front may stand what the check has to make do with: little room for
-// names, an allocation that fails. The bytes that were signed are read without such limits.
+// edits are an attacker's. Limits for the check may stand in front: little room for names, an
+// allocation that fails. The bytes that were signed are read without such limits.
 
 #include "FuzzTarget.h"
 
@@ -56,7 +56,7 @@ private:
     std::unordered_map<std::string, std::string> signed_;
 };
 
-// What one process needs once. Leaves its count at the end.
+// What a process needs once. Prints its count at the end.
 class Session {
 public:
     Session() {

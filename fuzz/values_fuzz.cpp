@@ -22,8 +22,8 @@ namespace {
 
 using namespace Norv::Ombrel::Project;
 
-// What a text of plain numbers and separators says; empty for any other text. Of such texts alone
-// the meaning is clear without the library.
+// What a text of plain numbers and separators says; empty for any other text, because only such
+// texts have a clear meaning without the library.
 std::vector<unsigned> plainNumbers(std::string_view text, char separator, int base) {
     std::vector<unsigned> numbers;
     for (;;) {

@@ -7,7 +7,7 @@
 
 namespace Norv::Ombrel::Project {
 
-// Removes the blanks and the punctuation of the C locale in force, but for characters in `keep`.
+// Removes the blanks and the punctuation of the C locale in force, except for characters in `keep`.
 // In the "C" locale, bytes from 0x80 upward and control characters stay.
 void StripPunctuation(std::string& text, std::string_view keep);
 

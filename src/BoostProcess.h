@@ -1,12 +1,12 @@
-// Boost.Process in its first version, whose interface this uses.
+// The first version of Boost.Process, whose interface the library uses.
 
 #pragma once
 
 #include <boost/version.hpp>
 
 #if BOOST_VERSION >= 108800
-// In a folder and a namespace of its own from Boost 1.88 on, where the second version is the
-// default. Brings the exceptions; their own header cannot be included first.
+// From Boost 1.88 on, the second version is the default, and the first has a folder and a namespace
+// of its own. This header brings the exceptions, too: their own header cannot be included first.
 #include <boost/process/v1/system.hpp>
 
 namespace Norv::Corvane::Common {

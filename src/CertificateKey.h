@@ -1,4 +1,4 @@
-// The public key of a certificate, by whichever call the version of xmlsec has for it.
+// The public key of a certificate, loaded with the call that the installed xmlsec has for it.
 
 #pragma once
 
@@ -10,7 +10,7 @@ namespace Norv::Corvane::Common {
 // From a PEM file; null on failure.
 inline xmlSecKeyPtr loadCertificateKey(const char* path) {
 #if XMLSEC_VERSION_MAJOR > 1 || XMLSEC_VERSION_MINOR >= 3
-    // From 1.3 on, which deprecates the other call; 1.3.4 has removed it.
+    // xmlsec 1.3 deprecates the other call, and 1.3.4 removes it.
     return xmlSecOpenSSLAppKeyLoadEx(path, xmlSecKeyDataTypePublic, xmlSecKeyDataFormatCertPem,
                                      nullptr, nullptr, nullptr);
 #else

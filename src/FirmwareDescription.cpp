@@ -15,7 +15,7 @@ using Norv::Ombrel::Project::Version;
 
 std::vector<std::uint8_t> decodeDigest(const std::string& encoded) {
     std::string decoded;
-    // Malformed text needs no report here: what it decodes to cannot match a digest.
+    // Malformed text needs no report here: what it decodes to is compared with the file's digest.
     static_cast<void>(DecodeBase64(encoded, decoded));
     return {decoded.begin(), decoded.end()};
 }
@@ -60,7 +60,7 @@ boost::optional<FirmwareDescription::File> parseFile(pugi::xml_node entry) {
     file.localFilePath = entry.attribute("LocalFilePath").value();
     std::string remoteFilePath = entry.attribute("RemoteFilePath").value();
     file.hashValue = decodeDigest(entry.attribute("HashValue").value());
-    // Accepts what the conversion does, a sign included: "-1" is 4294967295.
+    // Accepts whatever the conversion accepts, even a sign: "-1" is 4294967295.
     const bool lengthRead =
         boost::conversion::try_lexical_convert(entry.attribute("Length").value(), file.length);
 

@@ -30,12 +30,12 @@ struct KeyDeleter {
 };
 
 // The trusted key, whatever the signature's KeyInfo says: a key that comes with the manifest proves
-// nothing, and an honest one that does not name ours must not be in the way.
+// nothing, and an honest manifest need not name ours.
 xmlSecKeyPtr trustedKey(xmlNodePtr /*keyInfo*/, xmlSecKeyInfoCtxPtr context) {
     return xmlSecKeysMngrFindKey(context->keysMngr, nullptr, context);
 }
 
-// Whether the reading of the manifest that will be used is the one that was signed.
+// Whether the manifest is read for use as it was signed.
 bool readsAsSigned(boost::string_view description, std::size_t elementsBeforeSignature,
                    const std::vector<SignedBytes>& references) {
     const ReadingComparison reading(description, elementsBeforeSignature);
@@ -77,7 +77,7 @@ boost::optional<bool> judge(xmlSecKeysMngr* manager, boost::string_view descript
         }
         elementsBeforeSignature = SignedDocument::elementsBefore(signature);
     }
-    // The document is gone by now: what follows takes as much memory.
+    // The document is freed by now, because what follows takes as much memory again.
     if (verification.verdict == true &&
         !readsAsSigned(description, elementsBeforeSignature, verification.signedBytes)) {
         return boost::none;

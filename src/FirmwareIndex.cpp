@@ -39,8 +39,8 @@ const json::value& member(const json::value& record, std::string_view key) {
     return *value;
 }
 
-// A file opened for writing, which creates or empties it. That it could not be opened, or that a
-// write failed, is not told: a save does not notice either.
+// A file opened for writing, which creates or empties it. Does not report that it could not be
+// opened or that a write failed: a save notices neither.
 class OutputFile {
 public:
     explicit OutputFile(const std::filesystem::path& path)
@@ -53,7 +53,7 @@ public:
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
 
-    // True if the path leads to this very file at the moment.
+    // Whether the path leads to this very file right now.
     bool isAt(const std::filesystem::path& path) const {
         struct stat own {};
         struct stat other {};
@@ -112,11 +112,11 @@ void Save(const std::filesystem::path& path, const Firmwares& firmwares) {
     OutputFile file(path);
     ipc::file_lock lock(path.c_str());
     ipc::scoped_lock<ipc::file_lock> guard(lock);
-    // While this process waited for the lock, others may have written the file that it emptied
-    // when it opened it. Their text would outlive a shorter document, or this process if it is
-    // killed half way, and could complete what is written here to a valid mixture. Should the path
-    // be gone by now, so is everyone who could read the mixture; should it lead to another file,
-    // the lock may be that one's.
+    // Opening the file emptied it, but others may have written it while this process waited for the
+    // lock. Their text would outlive a shorter document, or this process if it is killed half way,
+    // and could complete what is written here to a valid mixture. If the path is gone by now,
+    // nobody can read the mixture any more. If it leads to another file, the lock may be that
+    // one's.
     if (file.isAt(path)) {
         file.empty();
     }

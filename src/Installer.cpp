@@ -56,7 +56,7 @@ private:
     }
 
     // Reads the entry once and feeds each chunk to the digest and to the three sinks. A read error
-    // ends the data like its end does; the digest tells the two apart.
+    // stops the loop as the end of the data does; the digest tells the two apart.
     bool processFile(const FirmwareDescription::File& file, Sha256Verifier& verifier,
                      FileWriter& writer, ScriptRunner& runner, ProgressCounter& counter) {
         libzip::file entry = firmware_.package.archive().open(file.localFilePath);

@@ -21,8 +21,8 @@ constexpr std::size_t longestComplaint = 500;
 // xmlsec hands no context to its callback.
 thread_local LibraryComplaints* ofThisThread = nullptr;
 
-// A sender's words may be part of it. They must not look like log lines of their own, and must not
-// command the terminal that a log is read on: beyond ASCII there are controls, too.
+// A complaint may quote the manifest. That text must not look like log lines of its own, and must
+// not control the terminal that shows the log: there are control characters beyond ASCII, too.
 std::string printable(const char* text) {
     std::string line = text == nullptr ? "" : std::string(text, strnlen(text, longestComplaint));
     line.erase(line.find_last_not_of("\r\n") + 1);
@@ -62,7 +62,8 @@ void LibraryComplaints::includeXmlSec() {
 
 void LibraryComplaints::takeStructured(LibraryComplaints& complaints,
                                        const xmlError& error) noexcept {
-    // A namespace's name that is no URI is a name all the same, and no instruction is read.
+    // A namespace's name need not be a URI, and nobody reads instructions, so their names do not
+    // matter.
     const bool aboutNamespaces = error.domain == XML_FROM_NAMESPACE &&
                                  error.code != XML_WAR_NS_URI && error.code != XML_NS_ERR_COLON;
     complaints.memoryLacked_ |= error.code == XML_ERR_NO_MEMORY;
@@ -78,7 +79,8 @@ void LibraryComplaints::takeGeneric(void* complaints, const char* format, ...) {
     std::vsnprintf(text.data(), text.size(), format, arguments);
     va_end(arguments);
     auto& self = *static_cast<LibraryComplaints*>(complaints);
-    // With a handler for structured errors, this is where libxml2's lists say that they got none.
+    // Structured errors have a handler of their own. Only libxml2's lists report here, and only
+    // that they got no memory.
     self.memoryLacked_ = true;
     self.log(text.data(), 0);
 }
@@ -98,7 +100,7 @@ void LibraryComplaints::takeXmlSec(const char* /*file*/, int line, const char* f
         Log::debug("xmlsec: {}:{}: {} {} (reason {}) {}", orEmpty(function), line,
                    printable(object), printable(subject), reason, printable(message));
     } catch (...) {
-        // A lost line; nothing may be thrown through the library that calls.
+        // The line is lost: no exception may pass through the calling library.
     }
 }
 
@@ -114,7 +116,7 @@ void LibraryComplaints::log(const char* text, int line) noexcept {
     try {
         Log::debug("libxml2: line {}: {}", line, printable(text));
     } catch (...) {
-        // A lost line; nothing may be thrown through the library that calls.
+        // The line is lost: no exception may pass through the calling library.
     }
 }
 

@@ -1,9 +1,9 @@
-// Takes in what libxml2 and xmlsec complain about during one call of ours.
+// Collects the complaints of libxml2 and xmlsec during one call of ours.
 //
-// While it lives, on the thread that made it, complaints go to the default logger at debug level
-// instead of to the host's handlers or streams: a limited number of them, in printable ASCII, since
-// a sender could make up any number and any text. libxml2's error handlers are put back at the end.
-// Objects of this class do not nest.
+// While an object lives, complaints on the thread that made it go to the default logger at debug
+// level, instead of to the host's handlers or streams. At most `mostLogged` are logged, in
+// printable ASCII, because whoever sends a manifest can cause any number of them, with any text.
+// The destructor restores libxml2's error handlers. Objects of this class do not nest.
 
 #pragma once
 
@@ -18,19 +18,19 @@ public:
     LibraryComplaints& operator=(const LibraryComplaints&) = delete;
     ~LibraryComplaints();
 
-    // Whether no document can come of what is being parsed: it is not well-formed, uses namespaces
-    // wrongly, met lack of memory, or was complained about more often than any honest one.
+    // Whether the text that is being parsed cannot become a document: it is not well-formed or uses
+    // namespaces wrongly, memory ran out, or there were more complaints than for any honest text.
     bool ruleOutDocument() const noexcept { return fatal_ || memoryLacked_ || count_ > mostTaken; }
 
-    // Whether a library could not get memory, or reached a limit of its own that it reports so.
+    // Whether a library ran out of memory, or reached a limit of its own that it reports likewise.
     bool memoryLacked() const noexcept { return memoryLacked_; }
 
-    // Sends xmlsec's complaints here, too. Process-wide, until xmlsec is shut down; xmlsec's own
-    // set-up undoes it.
+    // Sends xmlsec's complaints here, too, and drops those that come while no object lives.
+    // Process-wide, until xmlsec is shut down; setting xmlsec up again undoes it.
     static void includeXmlSec();
 
 private:
-    // Each costs some microseconds to word, a line of the log a few more.
+    // Formatting a complaint takes some microseconds, logging it a few more.
     static constexpr unsigned mostTaken = 100000;
     static constexpr unsigned mostLogged = 32;
 
@@ -40,7 +40,7 @@ private:
     static void takeXmlSec(const char* file, int line, const char* function, const char* object,
                            const char* subject, int reason, const char* message) noexcept;
 
-    // Whether the next one is to be logged.
+    // Counts a complaint and says whether to log it.
     bool count() noexcept;
     void log(const char* text, int line) noexcept;
 

@@ -1,10 +1,9 @@
 // Shields the host's libxml2, xmlsec and OpenSSL state from our calls.
 //
-// While a guard lives, on the thread that made it, complaints are taken in (`LibraryComplaints`),
-// and blanks between elements are kept even if the host had libxml2 drop them, since they are
-// signed as well. Its end puts back what the host had: libxml2's error handlers, its blank handling
-// and the contents of OpenSSL's error queue, of which a lack of memory may lose some.
-// Guards do not nest.
+// While a guard lives, it collects the complaints on the thread that made it (`LibraryComplaints`).
+// libxml2 keeps blanks between elements, even if the host had it drop them, because they are signed
+// as well. The destructor restores the host's state: libxml2's error handlers, its blank handling
+// and OpenSSL's error queue. Part of that queue may be lost if memory runs out. Guards do not nest.
 
 #pragma once
 
@@ -27,8 +26,8 @@ public:
 
     const LibraryComplaints& complaints() const noexcept { return complaints_; }
 
-    // Whether a library could not get memory since the guard was made. OpenSSL's errors of that
-    // time are gone afterwards.
+    // Whether a library has run out of memory since the guard was made. Discards OpenSSL's errors
+    // since then.
     bool memoryLacked() noexcept;
 
 private:
@@ -48,8 +47,8 @@ private:
     int keepBlanks_;
 };
 
-// While it lives, OpenSSL asks nobody for a password: what is encrypted fails to load.
-// Process-wide. Throws `std::bad_alloc`.
+// While it lives, OpenSSL asks nobody for a password: encrypted files fail to load. Process-wide.
+// Throws `std::bad_alloc`.
 class PasswordPromptGuard {
 public:
     PasswordPromptGuard();

@@ -43,8 +43,8 @@ bool isAscii(std::string_view text) {
                        [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
-// Length of the ASCII text without zero bytes at the start of `text`, give or take the last few
-// bytes of it. Eight bytes at a time: nearly every manifest is nothing else.
+// Length of the ASCII text without zero bytes at the start of `text`, possibly without its last few
+// bytes. Reads eight bytes at a time, because nearly every manifest is all ASCII.
 std::size_t plainLength(std::string_view text) {
     constexpr std::uint64_t ones = 0x0101010101010101;
     constexpr std::uint64_t topBits = ones << 7;
@@ -81,7 +81,7 @@ std::string_view declaredEncoding(std::string_view text) {
     if (text.substr(0, 3) == "\xEF\xBB\xBF") {
         text.remove_prefix(3);
     }
-    // Longer names, such as that of a style sheet's instruction, are not the declaration.
+    // A longer name, such as that of a style sheet's instruction, does not begin the declaration.
     if (text.substr(0, 5) != "<?xml" || text.find_first_of(" \t\r\n") != 5) {
         return {};
     }
@@ -97,7 +97,7 @@ std::string_view declaredEncoding(std::string_view text) {
 
 struct Family {
     std::string_view prefix;
-    // What may follow the prefix, between blanks.
+    // What may follow the prefix, each between blanks.
     std::string_view members;
 };
 
@@ -109,8 +109,8 @@ bool isMember(const Family& family, std::string_view encoding, const std::locale
     return boost::icontains(family.members, member, c);
 }
 
-// Encodings in which a text of ASCII bytes is that ASCII text. Whole names only: what merely begins
-// like one of them is another encoding, or none.
+// Whether ASCII bytes have their ASCII meaning in this encoding. Only whole names count: what
+// merely begins like one of them is another encoding, or none.
 bool extendsAscii(std::string_view encoding) {
     static constexpr std::string_view iso8859 =
         " 1 2 3 4 5 6 7 8 9 10 11 13 14 15 16 6-E 6-I 8-E 8-I ";
@@ -125,7 +125,7 @@ bool extendsAscii(std::string_view encoding) {
          {"EUC-", " CN JP JP-MS JISX0213 KR TW "},
          {"", " US-ASCII ASCII ISO646-US latin1 GB2312 GBK GB18030 Big5 "}}};
     const std::locale& c = std::locale::classic();
-    // A blank would let a name pass for several.
+    // With a blank, a name could match several members at once.
     return encoding.find(' ') == std::string_view::npos &&
            std::any_of(families.begin(), families.end(),
                        [&](const Family& family) { return isMember(family, encoding, c); });

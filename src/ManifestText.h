@@ -1,4 +1,4 @@
-// What the bytes of a manifest tell before an XML parser acts on them.
+// What can be told from the bytes of a manifest before an XML parser sees them.
 
 #pragma once
 

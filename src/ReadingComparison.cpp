@@ -9,15 +9,15 @@
 namespace Norv::Corvane::Common {
 namespace {
 
-// As the manifest is read for use, and text of blanks only is kept: a comment may divide a text
-// such that this is a part of it.
+// As the manifest is read for use, except that text of blanks only is kept: a comment may split a
+// text so that one part of it is only blanks.
 constexpr unsigned options = pugi::parse_default | pugi::parse_ws_pcdata;
 
 bool isElement(pugi::xml_node node) {
     return node.type() == pugi::node_element;
 }
 
-// Goes through a tree in document order, one element left out, without recursion.
+// Walks through a tree in document order, without recursion, and leaves one element out.
 class Walk {
 public:
     enum class Tag { start, end, none };
@@ -25,7 +25,7 @@ public:
     Walk(pugi::xml_node top, pugi::xml_node leftOut)
         : element_(top), next_(top.first_child()), leftOut_(leftOut) {}
 
-    // The next piece of the text in front of the next tag. Empty when there is no more of it.
+    // The next piece of the text before the next tag. Empty when there is no more of it.
     std::string_view text() {
         std::string_view piece;
         while (next_ && piece.empty() && (!isElement(next_) || next_ == leftOut_)) {
@@ -35,7 +35,8 @@ public:
         return piece;
     }
 
-    // To be called when there is no more text in front of it. None at the end of the tree.
+    // Moves past the next tag; call it when there is no more text before that. `none` at the end of
+    // the tree.
     Tag tag() {
         if (next_) {
             element_ = next_;
@@ -47,7 +48,7 @@ public:
         return element_ ? Tag::end : Tag::none;
     }
 
-    // The one whose start tag was met last, as long as no end tag was.
+    // The element whose start tag `tag` has just moved past.
     pugi::xml_node element() const { return element_; }
 
 private:
@@ -81,8 +82,8 @@ bool isCompared(std::string_view attribute) {
 
 using Attributes = std::vector<std::pair<std::string_view, std::string_view>>;
 
-// Canonical forms sort attributes. Of several of one name the first counts for whoever reads them
-// by name, so these stay in order.
+// Canonical forms sort attributes. Of several with the same name, a look-up finds the first, so
+// these stay in order.
 void collectSorted(pugi::xml_node element, Attributes& attributes) {
     attributes.clear();
     for (const pugi::xml_attribute attribute : element.attributes()) {
@@ -119,7 +120,7 @@ bool sameReading(Walk one, Walk other) {
     }
 }
 
-// Whatever the prefix: under this name the parser of the manifest looks for nothing.
+// With any prefix: the code that reads the manifest looks up no element of this name.
 bool isNamedSignature(pugi::xml_node element) {
     const std::string_view name = element.name();
     const std::size_t colon = name.find(':');

@@ -1,13 +1,13 @@
-// Compares what is read of a manifest with what was signed.
+// Compares how a manifest is read for use with what was signed.
 //
-// The signature is checked with one XML parser, the manifest is used as another one reads it. Here
-// that other parser reads both the manifest and the very bytes that were signed, and only if it
-// reads the same of both is the reading that is used the one that was signed: whatever the first
-// parser made of the text, whatever either of them gets wrong, and for whatever reason.
+// One XML parser checks the signature, and another one reads the manifest for use. Here that other
+// parser reads both the manifest and the very bytes that were signed. If it reads the same in both,
+// what is used is what was signed, whatever the first parser made of the text, whatever either of
+// them gets wrong, and for whatever reason.
 //
-// What is compared: elements, attributes and text, names with their prefixes. Left out are
-// namespace declarations, which canonical forms move and drop; `xml:base`, which canonical XML 1.1
-// may drop or rewrite; and what the parser skips, comments and instructions. Nothing reads those.
+// Elements, attributes and text are compared, and names with their prefixes. Left out are namespace
+// declarations, which canonical forms move and drop; `xml:base`, which canonical XML 1.1 may drop
+// or rewrite; and what the parser skips, comments and instructions. Nothing reads those.
 
 #pragma once
 
@@ -19,17 +19,17 @@ namespace Norv::Corvane::Common {
 
 class ReadingComparison {
 public:
-    // The manifest, and how many of the root's children stand before its signature element: what is
-    // compared is without that element.
+    // `elementsBeforeSignature` says how many child elements of the root stand before the
+    // signature. The comparison leaves the signature out.
     ReadingComparison(boost::string_view manifest, std::size_t elementsBeforeSignature);
 
-    // Whether the same is read of these bytes. Changes them. False, too, for no bytes at all and if
-    // either text cannot be read.
+    // Whether the parser reads the same in these bytes, which it changes. Also false for no bytes
+    // at all, and if either text cannot be read.
     bool agreesWith(char* bytes, std::size_t size) const;
 
 private:
     pugi::xml_document manifest_;
-    // Null if the manifest cannot be read or has no such element.
+    // Null if the manifest cannot be read or has no such signature.
     pugi::xml_node signature_;
 };
 

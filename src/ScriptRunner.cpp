@@ -25,14 +25,13 @@ bool endsWith(std::string_view text, std::string_view suffix) {
 // The exit status, or the number of the signal that ended the command; `error` is set when it could
 // not be started.
 int runAndWait(const std::string& command, std::error_code& error) {
-    // Launching leaves SIGCHLD at its default in any case. Set only then, it would come too late
-    // for a host that ignores or handles the signal: a short script could be reaped before it is
-    // waited for.
+    // Launching sets SIGCHLD to its default in any case, but too late for a host that ignores or
+    // handles the signal: a short script could be reaped before it is waited for.
     std::signal(SIGCHLD, SIG_DFL);
     errno = 0;
     const int result = process::system(command, error);
     if (result == -1 && !error) {
-        // Not started for want of a pipe, which is left to errno alone.
+        // Not started because there was no pipe, which only errno says.
         error = std::make_error_code(errno != 0 ? static_cast<std::errc>(errno)
                                                 : std::errc::resource_unavailable_try_again);
     }

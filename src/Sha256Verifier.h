@@ -21,8 +21,8 @@ public:
 
     void update(libtorrent::span<const unsigned char> data) noexcept;
 
-    // Ends the computation; call it once. True only for an expected digest of exactly 32 bytes that
-    // are those of the data.
+    // Ends the computation; call it once. True only if the expected digest has exactly 32 bytes and
+    // is that of the data.
     bool verify() noexcept;
 
 private:

@@ -33,7 +33,7 @@ unsigned long countWords(std::string_view text) {
 std::string_view attributeOf(const xmlNode* element, const xmlChar* name) {
     for (const xmlAttr* attribute = element->properties; attribute != nullptr;
          attribute = attribute->next) {
-        // Without regard to the namespace, as xmlsec looks attributes up.
+        // Regardless of the namespace, as xmlsec looks attributes up.
         if (xmlStrEqual(attribute->name, name) != 0 && attribute->children != nullptr) {
             return textOf(attribute->children->content);
         }
@@ -70,7 +70,8 @@ void addReference(const xmlNode* reference, SignatureDemands& demands) {
     // takes the output itself.
     const unsigned long rebuiltTrees = canonicalisations > 1 ? canonicalisations - 1 : 0;
     ++demands.references;
-    // The usual two transforms, leaving the signature out and the canonical form, are one pass.
+    // The usual two transforms, which remove the signature and make the canonical form, are one
+    // pass.
     demands.passes += (transforms > 2 ? transforms - 1 : 1) + rebuiltTrees;
     demands.rebuiltTrees += rebuiltTrees;
 }

@@ -1,4 +1,4 @@
-// What a signature asks a verification to do. Nothing of it is known to be signed at that time.
+// What a signature asks its verification to do. None of it is known to be signed yet.
 
 #pragma once
 

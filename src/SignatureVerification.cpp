@@ -64,9 +64,9 @@ int reserveKept(xmlSecTransformCtx* reference) {
 }
 
 // Only the whole enclosing document may be referenced, and it may be selected, canonicalised and
-// digested in the usual ways only: all of that happens before the signature itself is looked at.
-// With a size, what each reference's digest is taken of is kept; some such size is expected.
-// Null if the verification could not be carried out.
+// digested in the usual ways only: all of that happens before the signature itself is looked at. If
+// `keptSize` is given, the bytes that each reference digests are kept, and about that many are
+// expected. Null if the verification could not be carried out.
 ContextPtr verify(xmlSecKeysMngr* manager, xmlNode* signature, xmlSecSize* keptSize) {
     ContextPtr context(xmlSecDSigCtxCreate(manager));
     if (!context || !allowAlgorithms(context.get())) {

@@ -23,8 +23,8 @@ struct ParserDeleter {
     void operator()(xmlParserCtxt* parser) const noexcept { xmlFreeParserCtxt(parser); }
 };
 
-// Called when the name of the document type was read and nothing of its declarations yet. The
-// parser looks whether it was stopped as soon as this returns.
+// Called when the parser has read the name of the document type, but none of its declarations. It
+// checks whether it was stopped as soon as this returns.
 void refuseDocumentType(void* context, const xmlChar* /*name*/, const xmlChar* /*externalId*/,
                         const xmlChar* /*systemId*/) {
     auto* const parser = static_cast<xmlParserCtxt*>(context);
@@ -32,8 +32,8 @@ void refuseDocumentType(void* context, const xmlChar* /*name*/, const xmlChar* /
     xmlStopParser(parser);
 }
 
-// Deals a text out to the parser, and no more of it once there can be no document: the parser would
-// go on looking for further faults, at the sender's expense of our time.
+// Hands a text to the parser in portions, and stops once there can be no document: the parser would
+// go on looking for further errors, and whoever sent the text would waste our time.
 class Portions {
 public:
     Portions(boost::string_view text, const LibraryComplaints& complaints)
@@ -74,7 +74,7 @@ SignedDocument::SignedDocument(boost::string_view text, const LibraryComplaints&
     parser->sax->internalSubset = refuseDocumentType;
     xmlDictSetLimit(parser->dict, dictionaryLimit);
     Portions portions(text, complaints);
-    // The declared encoding is not acted upon: the other parser does not know it either.
+    // The declared encoding is ignored, because the other parser ignores it, too.
     document_.reset(xmlCtxtReadIO(parser.get(), Portions::read, nullptr, &portions, nullptr,
                                   nullptr,
                                   XML_PARSE_NONET | XML_PARSE_IGNORE_ENC | XML_PARSE_COMPACT));

@@ -20,7 +20,7 @@ class SignedDocument {
 public:
     // At most INT_MAX bytes. The document is empty if the text is not well-formed, uses namespaces
     // wrongly, has a document type declaration, or if the parser ran out of memory or into one of
-    // its limits. Reading stops where that shows.
+    // its limits. Parsing stops as soon as that shows.
     SignedDocument(boost::string_view text, const LibraryComplaints& complaints);
 
     explicit operator bool() const noexcept { return document_ != nullptr; }

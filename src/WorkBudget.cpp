@@ -8,9 +8,9 @@
 namespace Norv::Corvane::Common {
 namespace {
 
-// Steps are about a nanosecond on a desktop computer. What a text may take in any case, and how
-// much more for each byte up to the size of any usual manifest: honest ones of some 100,000 files
-// with six references just fit. An attacker's take some two seconds at most.
+// A step takes about a nanosecond on a desktop computer. Any text may take the basic steps, and
+// some more for each byte, up to the size of the largest usual manifest. Honest manifests of some
+// 100,000 files with six references just fit; an attacker's take some two seconds at most.
 constexpr double basicSteps = 5e8;
 constexpr double stepsPerByte = 80;
 constexpr double largestUsualText = 24 << 20;
@@ -19,8 +19,8 @@ constexpr double stepsPerPassedByte = 3;
 constexpr double stepsPerPassedSlot = 250;
 // For each ancestor of a node that is searched for.
 constexpr double stepsPerAncestor = 4;
-// Documents are built from canonical output in portions of some 16 KB, and libxml2 looks through
-// an open tag or instruction anew with each.
+// Documents are built from canonical output in portions of some 16 KB, and libxml2 searches an open
+// tag or instruction again with each.
 constexpr double rebuildingPortion = 1 << 15;
 constexpr double bytesPerNode = 160;
 // For all documents that are built from canonical output.
@@ -29,17 +29,17 @@ constexpr double rebuiltMemory = 6e7;
 constexpr double longestEscape = 6;
 // For canonical output that is kept before the signature is proven.
 constexpr double keptMemory = 48 << 20;
-// For the document itself: what is had in any case, how much more for each byte, which is what
-// honest manifests need, and never more than one of 100,000 files needs.
+// For the document itself: what any text may take, what it may take in addition for each byte,
+// which is what honest manifests need, and the most, which is what one of 100,000 files needs.
 constexpr double basicMemory = 56 << 20;
 constexpr double documentBytesPerByte = 12;
 constexpr double mostMemory = 244 << 20;
-// What it takes to write out the longest text or value, for each of its bytes.
+// What writing out the longest text or value takes for each of its bytes.
 constexpr double bytesPerWritten = 8;
 // The parser's own limit: it refuses what is deeper.
 constexpr std::size_t deepest = 256;
 
-// The name before an attribute's value. In front of it stands a blank, and whatever came before.
+// The attribute's name at the end of the text before its value. A blank stands before the name.
 std::string_view attributeName(std::string_view text) {
     const auto isBlank = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
     std::size_t end = text.size();
@@ -53,12 +53,12 @@ std::string_view attributeName(std::string_view text) {
     return text.substr(begin, end - begin);
 }
 
-// Walks over the markup of a text, as far as the parser would go down. On text that is not
-// well-formed it may lose its way, which does no harm: the parser stops there. Counts are floating
-// point, since no text must make them overflow.
+// Walks over the markup of a text, no deeper than the parser would go. It may miscount text that is
+// not well-formed, which does no harm: the parser stops there. Counts are floating point so that no
+// text can make them overflow.
 class Scanner {
 public:
-    // Each element is looked at as if it declared `prefixes` namespaces more.
+    // Counts each element as if it declared `prefixes` more namespaces.
     Scanner(std::string_view text, double prefixes)
         : size_(static_cast<double>(text.size())), rest_(text), prefixes_(prefixes) {}
 
@@ -144,7 +144,7 @@ private:
         notePiece(before - rest_.size());
         open_[depth_++] = scope;
         addElement(attributes, scope);
-        // A complaint about an attribute words the element's name.
+        // A complaint about an attribute contains the element's name.
         flatSteps_ += attributes * static_cast<double>(nameEnd);
         if (empty) {
             leaveElement();
@@ -192,7 +192,7 @@ private:
     // Of the elements that are open.
     std::array<Scope, deepest> open_;
     std::size_t depth_ = 0;
-    // Nothing that follows can make up for what was found.
+    // Over a limit already, whatever follows.
     bool refused_ = false;
     double flatSteps_ = 0;
     double deepSteps_ = 0;

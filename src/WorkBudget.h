@@ -21,7 +21,7 @@ public:
     struct Work {
         // Of one pass over the document.
         double steps;
-        // Of building a document anew from canonical output.
+        // Of building another document from canonical output.
         double rebuildingSteps;
         // Size of the parser's tree, and of one that is built from canonical output.
         double treeBytes;
@@ -46,7 +46,7 @@ private:
     double mostDocumentBytes() const;
 
     boost::string_view text_;
-    // For a signature that treats no namespace prefix specially, as nearly all of them.
+    // For a signature that treats no namespace prefix specially, like nearly all signatures.
     Work usual_;
 };
 

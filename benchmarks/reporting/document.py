@@ -30,20 +30,20 @@ MANY = """\
 ## Many small files
 
 Files of 1 KiB, a hundred to a directory. The floor opens, creates, writes and closes each file; the
-library also works out where it goes, looks whether its directory is there, checks the digest, and
-tells the progress.
+library also works out where it goes, checks whether its directory exists, verifies the digest, and
+reports progress.
 """
 
 VALIDATION = """\
 ## Validation
 
-The whole of `ValidateFirmwareZipFile`, and each part of it alone on the same package. Ours are the
-checks of the text before any parser sees it and the reading of the description from the tree,
-pugixml's look-ups included; the CPU time of the parts need not add up, since each finds the heap
-and the caches as the one before left them. With 10 files most of it is xmlsec's
-copy of the trusted certificate and one RSA verification. Nearly three quarters of the time in
-libzip are one system call for each entry: it converts the entry's date, and the C library looks at
-the time zone file anew each time unless `TZ` is set. A host with thousands of files may set it.
+The whole of `ValidateFirmwareZipFile`, and each part of it alone on the same package. Our own part
+checks the text before any parser sees it, and reads the description from the tree, including
+pugixml's look-ups. The CPU times of the parts need not add up, because each part finds the heap and
+the caches as the previous one left them. With 10 files most of the time goes into xmlsec's copy of
+the trusted certificate and one RSA verification. libzip spends most of its time on one system call
+for each entry: it converts the entry's date, and the C library looks at the time zone file each
+time unless `TZ` is set. A host with thousands of files may set it.
 """
 
 COLD = """\
@@ -56,12 +56,12 @@ calls libzip, xmlsec and pugixml and nothing of ours.
 VALUES = """\
 ## Values, names and the index
 
-Per operation. The floor of a parser is `std::from_chars` or a comparison of texts; that of the name
-comparison is `strcasecmp`, which is told neither a length nor a locale: names are compared as the
-global C++ locale defines letter case, which `boost::iequals` asks for anew with each character. The
-floor of `Load` and `Save` is Boost.JSON from text to document and from a finished document to text:
-no records, no checks, no locks, and for `Save` no making of the document. No aim is set for these;
-an installation parses a handful of them.
+Per operation. The floor of a parser is `std::from_chars` or a comparison of texts. The floor of the
+name comparison is `strcasecmp`, which gets neither a length nor a locale; the library compares names
+as the global C++ locale defines letter case, and `boost::iequals` looks that up for each character.
+The floor of `Load` and `Save` is Boost.JSON, from text to document and from a finished document to
+text: no records, checks or locks, and for `Save` the document is already made. These have no aim,
+because an installation parses only a handful of them.
 """
 
 PROCESSES = """\
@@ -70,16 +70,16 @@ PROCESSES = """\
 `firmware-host` against `benchmarks/integrator.sh`, which does the same with `unzip`,
 `xmlsec1 --verify`, `sha256sum --check` and `sh`, children included. The script unpacks the archive
 once for the manifest and once for the payload, and reads the payload again to hash it. Part of the
-difference is not structure but `sha256sum`, which does not use the processor's SHA instructions
-here while libcrypto does. Peak memory is that of the largest process.
+difference comes not from the structure but from `sha256sum`, which does not use the processor's SHA
+instructions here, while libcrypto does. Peak memory is that of the largest process.
 """
 
 MEMORY = """\
 ## Memory
 
 The host with stored payloads in four files. One buffer of 262144 bytes serves all files; most of
-the rest is the pages of the shared libraries that were touched. What grows is the manifest: it is
-parsed twice, and canonicalised, in memory.
+the rest is the pages of the shared libraries that were touched. Only a longer manifest takes more: it
+is parsed twice, and canonicalised, in memory.
 """
 
 COUNTS = """\
@@ -92,14 +92,12 @@ executes them. `benchmarks/instructions` counts again and compares with `benchma
 NOTES = """\
 ## What was found on the way
 
-- Our own share of a validation was 12.6 % of its instructions, and 15 % once the text was weighed
-  for two questions, each with a walk of its own. Half of it was looking at the manifest one byte,
-  or one `memchr`, at a time. Now UTF-8 is checked eight bytes at a time, one walk answers both
-  questions, and what is left is mostly Base64 and the look-ups of attributes.
-- A hundred small files cost more each than ten thousand when the machine is busy: the worker starts
-  on another processor, with cold caches, which is 0.2 to 0.5 ms for each installation. A floor that
-  runs in a thread of its own pays the same, and the ratio of 100 files is then 1.21 like that of
-  10,000. With nothing else running the spread was 1.9 %.
+- Half of our own share of a validation used to go into reading the manifest one byte, or one
+  `memchr`, at a time, and the markup was counted twice. Now UTF-8 is checked eight bytes at a time,
+  the markup is counted once, and the rest is mostly Base64 and the look-ups of attributes.
+- When the machine is busy, each of a hundred small files costs more than each of ten thousand: the
+  worker starts on another processor, with cold caches. A floor that runs in a thread of its own pays
+  the same, and the ratio is then equal for 100 and for 10,000 files.
 - Large files are written from the chunk itself: the stream hands anything larger than its own
   buffer to the system at once, so there is no copy to avoid. Neither running the floor in a thread
   of its own nor giving it the stream's `writev` changes the ratio measurably.

@@ -16,7 +16,7 @@ set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
 set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabihf)
 foreach(language C CXX)
     # File offsets are 64 bits wide everywhere, in the tests and in what they include as well.
-    # GCC's note on a parameter passing change of version 7 says nothing about code built here.
+    # GCC notes a change in parameter passing since version 7, which does not concern code built here.
     set(CMAKE_${language}_FLAGS_INIT
         "-march=armv7-a -mfpu=vfpv3-d16 -mfloat-abi=hard -D_FILE_OFFSET_BITS=64 -Wno-psabi")
 endforeach()

@@ -11,7 +11,7 @@ namespace {
 
 using Action = Arguments::Action;
 
-// As they are on the command line, before anything is made of them.
+// As they stand on the command line, not yet interpreted.
 struct Words {
     bool help = false;
     bool version = false;
@@ -91,7 +91,7 @@ void parseWords(int argc, const char* const* argv, Words& words, Arguments& argu
         refuse(error.what());
     }
     for (const std::string& word : app.remaining()) {
-        // The end of the options is left over as well.
+        // CLI11 also leaves the "--" that ends the options.
         if (word != "--") {
             refuse("unknown option " + word);
         }

@@ -17,7 +17,7 @@ struct Arguments {
     bool checkPayload = true;
     bool allowDowngrade = false;
     std::optional<std::string> deviceFile;
-    // As far as the options say; nothing when `deviceFile` does.
+    // What the options say; nothing when `deviceFile` says it.
     Device device;
     std::optional<std::string> scriptLog;
     std::string certificate;

@@ -1,7 +1,7 @@
 // The streams that the caller gave us, kept apart from those that scripts inherit.
 //
-// Each text is written at once and whole, so that both streams come in order where they share a
-// file. A reader that went away, or a device without room, costs the text and nothing else. Used
+// Each text is written at once and whole, so that the streams stay in order if they share a file.
+// If the reader is gone or the device is full, the text is lost, and nothing else happens. Used
 // from any thread; texts from several may interleave.
 
 #pragma once
@@ -22,7 +22,7 @@ public:
     bool outIsTerminal() const noexcept { return outIsTerminal_; }
     bool errorIsTerminal() const noexcept { return errorIsTerminal_; }
 
-    // Of the terminal behind `out` as it is now; 80 when that cannot be told.
+    // Of the terminal behind `out` as it is now; 80 when that cannot be determined.
     unsigned int columns() const noexcept;
 
     // The copies of descriptors 1 and 2, not inherited by other programs. Ours to close.
@@ -36,5 +36,5 @@ private:
     bool errorIsTerminal_;
 };
 
-// Writes all of it, as far as the descriptor takes it. False when it did not take all.
+// Writes as much of the text as the descriptor accepts. False when that was not all.
 bool writeAll(int descriptor, std::string_view text) noexcept;

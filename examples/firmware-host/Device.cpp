@@ -61,7 +61,7 @@ DeviceType::Type parseModel(const std::string& text) {
 
 Version parseVersion(const std::string& text) {
     const auto version = Version::parse(text);
-    // The library's reading ignores what follows the fourth number.
+    // The library ignores what follows the fourth number.
     if (!version || to_string(*version) != text) {
         throw HostError("not a version of four numbers such as 1.2.3.4: " + text);
     }

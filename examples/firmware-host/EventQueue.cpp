@@ -24,14 +24,16 @@ void EventQueue::post(Event event) {
         events_.push_back(std::move(event));
     }
     const std::uint64_t one = 1;
-    // Without this the event would lie there unseen. A counter that is full says enough.
+    // Without this nobody would notice the event. If the counter is full, the descriptor is
+    // readable already.
     while (::write(descriptor_, &one, sizeof one) < 0 && errno != EAGAIN) {
     }
 }
 
 std::optional<Event> EventQueue::take() {
     std::uint64_t posted = 0;
-    // Before the look at the events: one that is posted after it makes the descriptor readable.
+    // Read before the events are looked at: one that is posted later makes the descriptor readable
+    // again.
     static_cast<void>(::read(descriptor_, &posted, sizeof posted) < 0);
     const std::lock_guard<std::mutex> lock(mutex_);
     if (events_.empty()) {

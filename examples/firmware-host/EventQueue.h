@@ -1,4 +1,4 @@
-// What happens during an installation, on its way to the main thread.
+// The events of an installation, on their way to the main thread.
 //
 // The installer calls back and logs on its worker thread, and starts scripts from there. All of
 // that only posts an event; the main thread waits for events and does everything else.

@@ -11,7 +11,7 @@
 // last record.
 void configureLog(bool verbose, Report& report, EventQueue& queue);
 
-// What the library cannot express as a verdict ends the process: a package that lists a file but
-// does not hold it, for example. On another thread than this one, the reason becomes a `Terminated`
-// event, and whoever takes it ends the process.
+// A failure that the library cannot express as a verdict ends the process, for example a package
+// that lists a file but does not hold it. On another thread than this one, the reason becomes a
+// `Terminated` event, and whoever takes it ends the process.
 void explainTermination(EventQueue& queue);

@@ -38,13 +38,13 @@ void waitForAnything(const Signals& signals, const EventQueue& events,
     }
 }
 
-// The library's worker cannot go on, and waits for us to end the process.
+// The library's worker cannot continue, and waits for us to end the process.
 [[noreturn]] void endProcess(const Event& event, Report& report) {
     report.verdict(Outcome::NotInstalled, true, event.text);
     std::abort();
 }
 
-// What was printed before an event is shown before it.
+// Whatever was printed before an event is shown before it.
 void handle(const Event& event, Report& report, ScriptOutput& scripts) {
     scripts.read();
     switch (event.kind) {
@@ -102,7 +102,7 @@ Outcome install(ValidatedFirmwareZip firmware, const std::string& target, const 
     Outcome outcome = Outcome::NotInstalled;
     report.progress(0);
     {
-        // Its end waits for its worker, which posts events.
+        // Its destructor waits for the worker, which posts events.
         Installer installer(target);
         installer.Install(
             std::move(firmware),
@@ -114,7 +114,7 @@ Outcome install(ValidatedFirmwareZip firmware, const std::string& target, const 
             });
         outcome = waitForVerdict(signals, installer, events, report, scripts);
     }
-    // The worker's last words.
+    // What the worker posted at the end.
     while (const std::optional<Event> event = events.take()) {
         handle(*event, report, scripts);
     }

@@ -13,7 +13,7 @@
 
 // Installs the package below `target` and shows what happens meanwhile; what scripts print goes to
 // `onScriptLine`. Tells success, failure and a requested cancellation apart. Throws
-// `std::system_error` when the system denies what it takes to begin.
+// `std::system_error` when the system lacks the resources to begin.
 Outcome install(Norv::Corvane::Common::ValidatedFirmwareZip firmware, const std::string& target,
                 const Console& console, EventQueue& events, Report& report,
                 const ScriptOutput::LineHandler& onScriptLine);

@@ -42,7 +42,7 @@ private:
 int openForFlush(const std::string& path) {
     constexpr int flags = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
     const int descriptor = ::open(path.c_str(), O_RDONLY | flags);
-    // Who may write a file need not be able to read it.
+    // A file may be writable without being readable.
     return descriptor < 0 && errno == EACCES ? ::open(path.c_str(), O_WRONLY | flags) : descriptor;
 }
 
@@ -71,7 +71,8 @@ void flushToMedium(const std::string& target,
             }
             path = parentOf(path);
         }
-        // Data on its way through a device's own node is not that of the file system it is in.
+        // Data written to a device node goes to that device, not to the file system that holds the
+        // node.
         const dev_t device = S_ISBLK(status.st_mode) ? status.st_rdev : status.st_dev;
         if (flushed.insert(device).second) {
             flush(path, status.st_mode);

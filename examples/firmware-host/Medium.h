@@ -1,4 +1,4 @@
-// Getting what was written onto the medium.
+// Flushes written files to the medium.
 
 #pragma once
 
@@ -10,6 +10,6 @@
 // says that the files are written, not that they outlast a power cut: for up to half a minute they
 // may be in memory only, and a cut leaves them empty or old. Throws `HostError` when a flush fails.
 //
-// What a script writes elsewhere is the script's own to flush.
+// Whatever a script writes elsewhere, the script has to flush.
 void flushToMedium(const std::string& target,
                    const Norv::Corvane::Common::FirmwareDescription& description);

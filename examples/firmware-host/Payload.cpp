@@ -21,7 +21,8 @@ void checkFile(const ValidatedFirmwareZip& firmware, const FirmwareDescription::
     zip_uint64_t size = 0;
     try {
         matches = firmware.package.validate(file);
-        // Once the entry was read to its end, libzip has compared that with what it really holds.
+        // By now the entry was read to its end, and libzip has compared this size with the real
+        // one.
         size = firmware.package.archive().stat(file.localFilePath).size;
     } catch (const std::runtime_error& error) {
         throw HostError("cannot read " + file.localFilePath + ": " + error.what());

@@ -25,7 +25,7 @@ const std::string& installationPath(const Norv::Corvane::Common::FirmwareDescrip
 void checkPayload(const Norv::Corvane::Common::ValidatedFirmwareZip& firmware);
 
 // What the installation of one file would do below `target`. Throws `HostError` when that cannot be
-// told, or nothing could be installed there.
+// determined, or nothing could be installed there.
 FileState compareFile(const Norv::Corvane::Common::ValidatedFirmwareZip& firmware,
                       const Norv::Corvane::Common::FirmwareDescription::File& file,
                       const std::string& target);

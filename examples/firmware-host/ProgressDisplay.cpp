@@ -63,7 +63,7 @@ std::string ProgressDisplay::line(unsigned int percent) const {
     constexpr std::size_t longestBar = 50;
     const std::size_t room = console_.columns() - 1;
     const std::string words = text(percent);
-    // The text is longest at the end, but for a change of units: the line keeps its form.
+    // The text is longest at the end, except when units change, so the line keeps its form.
     const std::size_t taken = std::max(words.size(), text(100).size());
     if (room >= taken + 3 + shortestBar) {
         const std::size_t width = std::min(room - taken - 3, longestBar);

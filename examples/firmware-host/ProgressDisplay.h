@@ -8,7 +8,7 @@
 
 #include "Console.h"
 
-// A bar that is drawn over itself on a terminal, lines of their own anywhere else.
+// On a terminal, a bar that is redrawn in place; anywhere else, a line for each update.
 class ProgressDisplay {
 public:
     // `totalBytes` is what 100 percent stands for. The console must outlive the display.
@@ -17,14 +17,14 @@ public:
     // More than 100 percent counts as 100.
     void show(unsigned int percent);
 
-    // Shows 100 percent unless that was the last to be shown. The installer counts in KiB, and has
-    // no more than the 0 percent for a package that is shorter.
+    // Shows 100 percent unless that was shown last. The installer counts in KiB, so it reports no
+    // more than 0 percent for a package that is shorter.
     void complete();
 
     // Draws the bar again, as wide as the terminal is by now, if there is one.
     void redraw() const;
 
-    // Takes the bar away until `redraw` or `show`, so that other text can be printed.
+    // Removes the bar until `redraw` or `show`, so that other text can be printed.
     void clear() const;
 
 private:
@@ -42,5 +42,5 @@ std::string formatBytes(std::uint64_t bytes);
 // That many percent of the bytes.
 std::uint64_t shareOf(std::uint64_t bytes, unsigned int percent);
 
-// Back to the first column of a terminal, and erase what is there.
+// Moves to the first column of a terminal and erases the line.
 constexpr char eraseLine[] = "\r\x1b[K";

@@ -1,6 +1,6 @@
-// What the user, or the program that started us, gets to see.
+// What the user sees, or the program that started the host.
 //
-// Used on the main thread only. Nothing here throws but for want of memory.
+// Used on the main thread only. Nothing here throws unless memory runs out.
 
 #pragma once
 
@@ -34,10 +34,10 @@ public:
     // A record of the library's; `level` as spdlog names it.
     virtual void log(const std::string& level, const std::string& text) = 0;
     virtual void scriptLine(const std::string& script, const std::string& line) = 0;
-    // Something that the user should know and that ends nothing.
+    // Something that the user should know, and that does not end the installation.
     virtual void notice(const std::string& text) = 0;
-    // The last word. `begun` tells a failed installation from a package that was refused before
-    // anything was written.
+    // The outcome, reported last. `begun` distinguishes a failed installation from a package that
+    // was refused before anything was written.
     virtual void verdict(Outcome outcome, bool begun, const std::string& text) = 0;
 };
 

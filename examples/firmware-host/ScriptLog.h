@@ -1,4 +1,4 @@
-// Where the lines go that scripts print: to the report, or to a file.
+// Passes the lines that scripts print to the report or to a file.
 
 #pragma once
 
@@ -15,7 +15,7 @@ public:
     ScriptLog(const ScriptLog&) = delete;
     ScriptLog& operator=(const ScriptLog&) = delete;
 
-    // A file that takes no more is told of once, and ends nothing.
+    // If the file accepts no more, this is reported once, and the installation goes on.
     void write(const std::string& script, const std::string& line);
 
 private:

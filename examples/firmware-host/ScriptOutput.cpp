@@ -13,7 +13,7 @@
 
 namespace {
 
-// A script that prints without end and without lines must not take all memory.
+// A script that prints endlessly without a newline must not use up all memory.
 constexpr std::size_t longestLine = 4096;
 
 struct Capturing {
@@ -36,7 +36,7 @@ void beforeFork() noexcept {
     errno = error;
 }
 
-// So that the pipe has no writer in this process and ends with the script.
+// Leaves no writer of the pipe in this process, so that it ends with the script.
 void afterFork() noexcept {
     const int error = errno;
     if (capturing) {
@@ -53,7 +53,7 @@ void registerOnce() {
     }
 }
 
-// Not in the middle of a character, if it is one at all.
+// Not in the middle of a UTF-8 character.
 std::size_t splitPoint(const std::string& text) {
     std::size_t end = longestLine;
     while (end > longestLine - 4 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) {
@@ -113,8 +113,8 @@ void ScriptOutput::appendDescriptors(std::vector<pollfd>& descriptors) const {
     }
 }
 
-// False when nothing more can come. At most as much as a pipe holds, which is everything that a
-// script had printed by the time of the call: one that prints without end must not keep us here.
+// False when nothing more can come. Reads at most as much as a pipe holds, which is everything that
+// a script had printed by the time of the call: one that prints endlessly must not keep us here.
 bool ScriptOutput::readFrom(Source& source) {
     std::array<char, 65536> chunk{};
     std::size_t left = chunk.size();
@@ -155,7 +155,7 @@ void ScriptOutput::finish(Source& source) const {
     }
 }
 
-// Ends of lines may be those of another system, and tabs would not line up behind a name.
+// Lines may end as on another system, and tabs would not line up behind a name.
 void ScriptOutput::handOn(const std::string& script, std::string line) const {
     if (!line.empty() && line.back() == '\r') {
         line.pop_back();

@@ -2,9 +2,9 @@
 //
 // The library starts each script as a child that inherits our descriptors 1 and 2. Around each
 // start, on the thread that starts it, these two are the writing end of a new pipe; the reading end
-// is posted as an event. One pipe a script tells whose output it is, also when a script leaves
-// something running behind. Nobody waits for the end of a pipe: what is left running may print for
-// ever, and gets SIGPIPE once the host is through.
+// is posted as an event. One pipe per script tells whose output it is, even if a script leaves
+// something running. Nobody waits for the end of a pipe: what is left running may print for ever,
+// and gets SIGPIPE once the host is gone.
 
 #pragma once
 
@@ -17,9 +17,9 @@
 #include "Console.h"
 #include "EventQueue.h"
 
-// While it lives, processes that this one starts print into a pipe of their own, and each start is
-// a `ScriptStarted` event. Without descriptors for a pipe, a script prints where we do. At most one
-// object at a time.
+// While it lives, each process that this one starts prints into a pipe of its own, and each start
+// posts a `ScriptStarted` event. Without descriptors for a pipe, a script prints where we do. At
+// most one object at a time.
 class ScriptCapture {
 public:
     // Both must outlive the capture. Throws `std::system_error`.
@@ -29,7 +29,7 @@ public:
     ScriptCapture& operator=(const ScriptCapture&) = delete;
 };
 
-// The other ends. Used on the main thread.
+// The reading ends of the pipes. Used on the main thread.
 class ScriptOutput {
 public:
     using LineHandler = std::function<void(const std::string& script, const std::string& line)>;
@@ -43,13 +43,14 @@ public:
     // The next script has started; its output comes from `descriptor`, which is ours from now on.
     void add(int descriptor);
 
-    // Hands on all that was printed by now, except for the beginning of a line. Does not wait.
+    // Passes on everything that was printed so far, except for an incomplete last line. Does not
+    // wait.
     void read();
 
-    // As above, the beginnings of lines as well.
+    // As above, but including incomplete lines.
     void finish();
 
-    // To wait for output with.
+    // For waiting until there is output.
     void appendDescriptors(std::vector<pollfd>& descriptors) const;
 
 private:

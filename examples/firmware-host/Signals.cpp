@@ -67,7 +67,7 @@ Signals::Signals() {
         errno = error;
         fail("signalfd");
     }
-    // First blocked, then ignored: in between nothing gets lost.
+    // Blocked before they are ignored, so that none gets lost in between.
     ::pthread_sigmask(SIG_BLOCK, &blocked, &previousMask_);
     handlersEnd = writeEnd_;
     for (std::size_t i = 0; i < signals.size(); ++i) {
@@ -83,7 +83,7 @@ Signals::Signals() {
 }
 
 Signals::~Signals() {
-    // A request that came too late has served its purpose.
+    // A request that came too late needs no answer.
     ::pthread_sigmask(SIG_SETMASK, &previousMask_, nullptr);
     for (std::size_t i = 0; i < signals.size(); ++i) {
         ::sigaction(signals[i], &previous_[i], nullptr);

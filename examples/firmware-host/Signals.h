@@ -1,4 +1,4 @@
-// Signals as requests instead of sudden ends.
+// Turns signals into requests, instead of letting them end the process at once.
 
 #pragma once
 
@@ -13,12 +13,12 @@ void surviveBrokenPipes();
 
 // Turns SIGINT, SIGTERM and SIGHUP into requests for cancellation for as long as it lives, except
 // those that were ignored before (as under nohup), and notes SIGWINCH. `Installer::Cancel` may not
-// be called from a signal handler, so somebody has to fetch the requests.
+// be called from a signal handler, so the host has to fetch the requests.
 //
 // Ctrl-C on a terminal reaches the scripts of a package as well, and would kill the one under way
-// instead of letting it finish. Programs inherit which signals are ignored, and nothing else about
-// them: SIGINT and SIGHUP are therefore ignored here, but blocked as well, which on Linux keeps
-// them pending until they are fetched. SIGTERM is sent to one process; scripts get it as usual.
+// instead of letting it finish. Programs inherit which signals are ignored, but no handlers. SIGINT
+// and SIGHUP are therefore ignored here, but blocked as well, which on Linux keeps them pending
+// until they are fetched. SIGTERM is sent to one process; scripts get it as usual.
 //
 // At most one object at a time; to be created before the threads whose scripts it concerns, and
 // used on the thread that created it.
@@ -39,7 +39,7 @@ public:
     // What has come in since the last call. Does not wait.
     Requests take() const;
 
-    // To wait for requests with.
+    // For waiting until there are requests.
     std::array<pollfd, 2> descriptors() const noexcept;
 
 private:

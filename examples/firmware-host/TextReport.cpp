@@ -46,7 +46,7 @@ public:
     }
 
     void notice(const std::string& text) override {
-        // Off the line that the bar may stand on.
+        // Leaves the line that the bar may stand on.
         const std::string start = console_.errorIsTerminal() ? eraseLine : "";
         console_.error(start + "firmware-host: " + printable(text) + '\n');
         if (console_.errorIsTerminal()) {

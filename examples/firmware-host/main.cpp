@@ -34,7 +34,7 @@ namespace {
 using namespace Norv::Corvane::Common;
 using Action = Arguments::Action;
 
-// The XML libraries, up for as long as this lives.
+// Keeps the XML libraries set up for as long as it lives.
 class XmlLibraries {
 public:
     XmlLibraries() {
@@ -78,8 +78,8 @@ ValidatedFirmwareZip validate(const Arguments& arguments) {
     return *std::move(firmware);
 }
 
-// A target that is not there yet is made as files need it. Scripts are run by a command line that
-// is split at blanks.
+// A missing target is created when the first file needs it. The command line that runs a script is
+// split at blanks.
 void checkTarget(const std::string& target, const FirmwareDescription& description) {
     boost::system::error_code error;
     const bool missing =
@@ -127,7 +127,7 @@ Outcome installAndFlush(const Arguments& arguments, ValidatedFirmwareZip firmwar
                            "installed " + payloadSummary(description) + " in " + arguments.target);
             break;
         case Outcome::Cancelled:
-            // What was under way may have failed by itself, or have been the last.
+            // The file under way may have failed by itself, or may have been the last one.
             report.verdict(outcome, true,
                            "installation ended after a request for cancellation; what was "
                            "installed by then stays");

@@ -1,4 +1,4 @@
-// Adds a firmware image to the index and lists what the index knows then.
+// Adds a firmware image to the index, then lists the whole index.
 
 #include <Norv/Corvane/Common/FirmwareIndex.h>
 
@@ -31,7 +31,7 @@ int main(int argc, char** argv) try {
     FirmwareIndex::Save(argv[1], index);
 
     for (const auto& firmware : index.firmwares) {
-        // The file may have been written by somebody else.
+        // Somebody else may have written the file.
         fmt::print("{} is version {} for {}\n", printable(firmware.filename),
                    to_string(firmware.version), to_string(firmware.type.type));
     }

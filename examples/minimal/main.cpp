@@ -1,5 +1,5 @@
-// The shortest host there is: is the package genuine, for this device, no older and sound? Then
-// install it, get it onto the medium, and say how it went.
+// A minimal host. It checks that the package is genuine, meant for this device, not older, and
+// undamaged. Then it installs the package, flushes it to the medium, and prints the outcome.
 
 #include <Norv/Corvane/Common/FirmwareDescriptionValidator.h>
 #include <Norv/Corvane/Common/FirmwareZipValidator.h>
@@ -17,7 +17,7 @@ using namespace Norv::Corvane::Common;
 using Norv::Ombrel::Project::DeviceType;
 using Norv::Ombrel::Project::Version;
 
-// A real host finds these on the device.
+// A real host reads these from the device.
 const auto model = DeviceType::Type::QA01RTVN;
 const char* const hardwareRevision = "A";
 const Version installed = {1, 0, 0, 0};
@@ -29,7 +29,7 @@ bool meantForThisDevice(const FirmwareDescription& description) {
            description.version >= installed;
 }
 
-// The installer writes each file before it knows its digest, so all are read once before.
+// The installer writes each file before it knows its digest, so this reads all files beforehand.
 bool isSound(const ValidatedFirmwareZip& firmware) {
     const auto& files = firmware.description.files;
     return std::all_of(files.begin(), files.end(), [&](const FirmwareDescription::File& file) {
@@ -38,8 +38,8 @@ bool isSound(const ValidatedFirmwareZip& firmware) {
     });
 }
 
-// Without it, a power cut in the next half minute leaves empty files. One call for each file system
-// that files go to; here that is the target's.
+// Without this, a power cut within half a minute can leave empty files. Each file system that files
+// go to needs a call; here there is only the target's.
 bool flush(const char* target) {
     const int directory = open(target, O_RDONLY | O_CLOEXEC);
     const bool flushed = directory >= 0 && syncfs(directory) == 0;
@@ -54,7 +54,7 @@ bool install(const char* certificate, const char* path, const char* target) {
     }
     auto firmware = FirmwareZipValidator(trusted).ValidateFirmwareZipFile(path);
     if (!firmware || !meantForThisDevice(firmware->description) || !isSound(*firmware)) {
-        return false;  // of the first, the log says why
+        return false;  // the log has the reason only for the first of these
     }
     std::promise<bool> verdict;
     Installer installer(target);  // its destructor waits for its worker
@@ -72,7 +72,7 @@ int main(int argc, char** argv) try {
     FirmwareDescriptionValidator::Deinit();
     std::puts(success ? "installed" : "not installed");
     return success ? 0 : 1;
-} catch (const std::exception& error) {  // a file that the package lists and does not hold
+} catch (const std::exception& error) {  // a listed file that is not in the package
     std::fprintf(stderr, "not installed: %s\n", error.what());
     return 1;
 }

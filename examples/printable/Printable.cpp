@@ -6,7 +6,7 @@
 namespace {
 
 struct Character {
-    // 0 when the text does not begin with a character in UTF-8.
+    // 0 when the text does not begin with a UTF-8 character.
     std::size_t length;
     std::uint32_t code;
 };
@@ -30,7 +30,7 @@ Character firstOf(std::string_view text) {
         }
         code = code << 6 | (byte(i) & 0x3FU);
     }
-    // Written longer than needed, half of a surrogate pair, or beyond the last character.
+    // An overlong form, half of a surrogate pair, or beyond the last code point.
     constexpr std::uint32_t least[] = {0, 0, 0x80, 0x800, 0x10000};
     const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
     return code < least[length] || surrogate || code > 0x10FFFF ? none : Character{length, code};

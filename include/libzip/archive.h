@@ -2,7 +2,7 @@
 //
 // Both are move-only; a moved-from object holds nothing and may only be destroyed or assigned to.
 // An archive and its entries are used from one thread at a time. Operations that libzip refuses
-// throw `std::runtime_error` with libzip's own text, except where a result says so itself.
+// throw `std::runtime_error` with libzip's own text, unless their result reports the failure.
 
 #pragma once
 

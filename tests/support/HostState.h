@@ -1,5 +1,5 @@
-// What a host application has of its own and must find as it left it: its output streams, libxml2's
-// error handlers, OpenSSL's error queue and way to ask for passwords.
+// State of a host application that must not change: its output streams, libxml2's error handlers,
+// OpenSSL's error queue and password prompt.
 
 #pragma once
 
@@ -8,10 +8,10 @@
 
 namespace Norv::Corvane::Test {
 
-// Runs the work as a host with two errors in OpenSSL's queue and error handlers of its own would,
-// and tells what is no longer as it was, and what was written; empty when there is nothing to
-// complain about. Puts back what was there before. While the work runs, output of the process goes
-// to files: what a test finds there shows in the result only.
+// Runs the work in a host that has two errors in OpenSSL's queue and its own error handlers.
+// Returns what has changed and what was written; empty when there is nothing to report. Restores
+// the state from before. While the work runs, the process's output goes to files and shows only in
+// the result.
 std::string changesToHost(const std::function<void()>& work);
 
 }  // namespace Norv::Corvane::Test

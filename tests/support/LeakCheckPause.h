@@ -1,8 +1,8 @@
-// LeakSanitizer, made to overlook what a library is known to lose.
+// Makes LeakSanitizer ignore what a library is known to lose.
 //
-// While a pause lives, what this thread allocates is not reported. Only for calls in which a fault
-// of a library that is not ours was traced, and next to a comment that says which one. Without
-// effect in builds without AddressSanitizer.
+// While a pause lives, what this thread allocates is not reported. Use it only for calls with a
+// known bug in somebody else's library, next to a comment that names the bug. Without effect in
+// builds without AddressSanitizer.
 
 #pragma once
 

@@ -1,7 +1,7 @@
 // Changes that an attacker makes to the text of a signed manifest.
 //
-// Unless told otherwise they throw `std::runtime_error` when the text does not have the place that
-// they change, so that no attack turns harmless without notice.
+// Unless stated otherwise, they throw `std::runtime_error` when the text lacks the place that they
+// change, so that no attack becomes harmless unnoticed.
 
 #pragma once
 

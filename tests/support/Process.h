@@ -17,10 +17,11 @@ struct ProcessResult {
 };
 
 // What goes in front of a program of this build to start it: the emulator of a cross build, or what
-// the environment variable CORVANE_EMULATOR says. Empty otherwise. Without change in a process.
+// the environment variable CORVANE_EMULATOR says. Empty otherwise. It never changes within a
+// process.
 const std::string& emulator();
 
-// Whether that is valgrind.
+// Whether the emulator is valgrind.
 bool underValgrind();
 
 // The emulator goes before the first word that names a program of this build, by its full path. All

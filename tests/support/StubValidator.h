@@ -1,4 +1,4 @@
-// A judge of signatures that has made up its mind.
+// A validator with a fixed verdict.
 
 #pragma once
 

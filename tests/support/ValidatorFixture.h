@@ -19,7 +19,7 @@ public:
     void TearDown() override;
 };
 
-// Including this header is all that it takes.
+// Including this header is enough.
 inline testing::Environment* const validatorEnvironment =
     testing::AddGlobalTestEnvironment(new ValidatorEnvironment);
 

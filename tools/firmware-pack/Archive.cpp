@@ -58,7 +58,7 @@ SourcePtr makeSource(zip_t* archive, const ArchiveEntry& entry) {
     throw PackError("cannot pack " + printable(name) + ": " + zip_strerror(archive));
 }
 
-// Method, time and mode are ours, whatever the source's are.
+// Sets our method, time and mode, whatever the source has.
 void settle(zip_t* archive, zip_int64_t index, const std::string& name, bool deflate) {
     const auto position = static_cast<zip_uint64_t>(index);
     const zip_int32_t method = deflate ? ZIP_CM_DEFLATE : ZIP_CM_STORE;

@@ -13,7 +13,7 @@
 
 namespace Norv::Corvane::Pack {
 
-// Content that stays on disk until it is packed; never held in memory as a whole.
+// Content that stays on disk until it is packed, and is never held in memory as a whole.
 struct SourceFile {
     std::string path;
 };
@@ -24,29 +24,29 @@ struct ArchiveEntry {
     std::variant<std::string, SourceFile> content;
     // Stored as it is when false.
     bool deflate = true;
-    // When engaged: the archive is read back, and refused if the entry holds something else. A
-    // source file may have changed since its digest was taken.
+    // If engaged, the archive is read back, and refused if the entry holds something else. A source
+    // file may have changed since its digest was taken.
     std::optional<FileDigest> expected = std::nullopt;
 };
 
 struct WriteOptions {
     ProgressSink progress = {};
-    // Called with the name of the complete file before it takes its place. What it throws leaves
-    // that place as it was.
+    // Called with the name of the complete file before that replaces the output. If it throws, the
+    // output stays as it was.
     std::function<void(const std::string& file)> accept = {};
 };
 
-// Writes the entries in their order; at least one, no name twice. The file appears under `path`
-// complete and synced to disk, replacing a regular file, or not at all: the work is done under
-// another name in the same directory. Signals that would end the process take effect once that file
-// is gone. Entries carry a fixed time and mode, so that equal input gives equal bytes. Throws
-// `PackError`.
+// Writes the entries in their order; there must be at least one, and no name twice. The file
+// appears at `path` complete and synced to disk, replacing a regular file, or not at all: it is
+// written under another name in the same directory. Signals that would end the process take effect
+// only after this temporary file is removed. Entries carry a fixed time and mode, so that equal
+// input gives equal bytes. Throws `PackError`.
 void writeArchive(const std::string& path, const std::vector<ArchiveEntry>& entries,
                   const WriteOptions& options = {});
 
 // Writes a copy of the archive to `path` in which the entry `name` holds something else; all other
-// entries keep their bytes, compressed as they are. As careful as `writeArchive`. The two paths may
-// be the same. Throws `PackError`.
+// entries keep their bytes, compressed as they are. Replaces `path` as `writeArchive` does. The two
+// paths may be the same. Throws `PackError`.
 void replaceEntry(const std::string& archivePath, const std::string& path, const std::string& name,
                   const std::string& content, const WriteOptions& options = {});
 

@@ -52,7 +52,7 @@ SignatureMethod methodOf(const EVP_PKEY* key) {
     }
 }
 
-// The structure as a whole, or nothing.
+// Parses the structure as a whole, or returns nothing.
 EcdsaPtr parseDer(std::string_view text) {
     const unsigned char* at = bytesOf(text);
     EcdsaPtr parsed(d2i_ECDSA_SIG(nullptr, &at, static_cast<long>(text.size())));
@@ -120,7 +120,7 @@ bool Certificate::verifies(std::string_view bytes, std::string_view signature) c
 std::vector<std::uint8_t> Certificate::ecdsaValue(std::string_view bytes,
                                                   std::string_view delivered) const {
     const std::size_t size = coordinateSize();
-    // Two numbers can look like the structure by chance, so the key decides.
+    // By chance two numbers can look like the structure, so verifying with the key decides.
     if (delivered.size() == 2 * size && verifies(bytes, toDer(delivered, size))) {
         return {delivered.begin(), delivered.end()};
     }

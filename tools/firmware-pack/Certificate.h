@@ -17,8 +17,8 @@ enum class WeakKeys { Refused, Allowed };
 
 class Certificate {
 public:
-    // A PEM file. Throws `PackError` when it cannot be read or holds no certificate, when no
-    // package can be signed for its kind of key, and when the key is weak.
+    // A PEM file. Throws `PackError` when it cannot be read or holds no certificate, when its kind
+    // of key cannot sign packages, and when the key is weak.
     explicit Certificate(const std::string& path, WeakKeys weakKeys = WeakKeys::Refused);
 
     const std::string& path() const { return path_; }
@@ -28,9 +28,9 @@ public:
     // Whether the private key is the other half.
     bool belongsTo(EVP_PKEY* key) const;
 
-    // The signature over `bytes` in the form that XML takes, out of what a signer delivered: the
-    // bytes of RSA; for ECDSA the two numbers one after the other, or their DER structure. Throws
-    // `PackError` when it is none, or not one by this certificate's key.
+    // Converts what a signer delivered for `bytes` into the form that XML signatures have. For RSA
+    // that is the plain signature; for ECDSA it is the two numbers one after the other, or their
+    // DER structure. Throws `PackError` when it is no signature by this certificate's key.
     std::vector<std::uint8_t> signatureValue(std::string_view bytes,
                                              std::string_view delivered) const;
 

@@ -18,8 +18,8 @@ namespace {
 using Ombrel::Project::DeviceType;
 using Ombrel::Project::Version;
 
-// What Linux takes as one name, and as a path, of which the target directory needs a part. Below a
-// longer one the state of a directory cannot be told, which ends the installing process.
+// The longest name that Linux allows, and a path that leaves room for the target directory. With a
+// longer one, the state of a directory cannot be determined, which ends the installing process.
 constexpr std::size_t maximumName = 255;
 constexpr std::size_t maximumPath = 4000;
 

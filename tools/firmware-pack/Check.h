@@ -1,4 +1,4 @@
-// What can be said about a manifest before a device sees it.
+// Checks a manifest before a device sees it.
 
 #pragma once
 
@@ -11,7 +11,7 @@ namespace Norv::Corvane::Pack {
 
 // One sentence each, for the person who makes the package.
 struct Findings {
-    // A device would refuse the package, fail to install it, or install something else than meant.
+    // A device would refuse the package, fail to install it, or install something other than meant.
     std::vector<std::string> errors;
     // Allowed, but hardly meant.
     std::vector<std::string> warnings;
@@ -28,7 +28,7 @@ enum class Strictness {
     Strict,
 };
 
-// Digests are not looked at, so that a manifest can be checked before its payload is hashed.
+// Ignores digests, so that a manifest can be checked before its payload is hashed.
 Findings check(const Manifest& manifest, Strictness strictness = Strictness::Lenient);
 
 }  // namespace Norv::Corvane::Pack

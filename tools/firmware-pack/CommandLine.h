@@ -1,5 +1,5 @@
-// The command line of firmware-pack: its commands, their options, and what they say about
-// themselves. The manual page and the completion are made from the same tables.
+// The command line of firmware-pack: its commands, their options, and the help. The manual page and
+// the completion are made from the same tables.
 
 #pragma once
 
@@ -13,7 +13,7 @@
 
 namespace Norv::Corvane::Pack {
 
-// What the arguments of any command say. Nothing is engaged that was not given.
+// What the arguments of any command say. Only what was given is engaged.
 struct Options {
     // Of `build` and `prepare`, and the key, certificate and output of the others.
     Release release;
@@ -47,10 +47,10 @@ struct Command {
     const char* name;
     // The arguments, for the first line of the help.
     const char* synopsis;
-    // One line, and what else there is to say.
+    // One line, and further text.
     const char* summary;
     const char* description;
-    // Adds the options; their values go where `options` has its place.
+    // Adds the options; their values go into `options`.
     void (*configure)(CLI::App& app, Options& options);
     // Returns the exit status.
     int (*run)(const Options& options);

@@ -11,13 +11,13 @@
 
 namespace Norv::Corvane::Pack {
 
-// Progress, unless it is not wanted.
+// Shows progress, unless the user does not want it.
 class Display {
 public:
     explicit Display(const Options& options)
         : display_(options.quiet ? nullptr : std::make_unique<ProgressDisplay>()) {}
     ProgressSink sink() { return display_ ? display_->sink() : ProgressSink(); }
-    // Takes the bar away before something else is printed.
+    // Removes the bar before something else is printed.
     void end() { display_.reset(); }
 
 private:

@@ -15,7 +15,7 @@ int runVerify(const Options& options);
 int runResign(const Options& options);
 int runExtract(const Options& options);
 
-// Prints the lines of the text, each with the severity in front, and nothing a terminal obeys.
+// Prints the lines of the text, each after the severity, and nothing that a terminal obeys.
 void report(const char* severity, const std::string& text);
 
 }  // namespace Norv::Corvane::Pack

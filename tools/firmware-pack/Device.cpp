@@ -22,7 +22,7 @@ public:
     Log(const Log&) = delete;
     Log& operator=(const Log&) = delete;
 
-    // The last error, or a text that says nothing.
+    // The last error, or a general text.
     std::string reason() const { return printable(sink_->last); }
 
 private:

@@ -12,9 +12,9 @@
 
 namespace Norv::Corvane::Pack {
 
-// A device that trusts one certificate. At most one at a time in a process, and none where somebody
-// else has called the validator's `Init`. While it lives, what the library logs goes into the
-// reasons that it gives.
+// A device that trusts one certificate. At most one at a time in a process, and none if somebody
+// else has called the validator's `Init`. While it lives, it takes its reasons from what the
+// library logs.
 class Device {
 public:
     // Throws `PackError` when the certificate cannot be loaded.
@@ -23,7 +23,7 @@ public:
     Device(const Device&) = delete;
     Device& operator=(const Device&) = delete;
 
-    // What the device reads out of a package that it would install. Throws `PackError` with the
+    // What the device reads from a package that it would install. Throws `PackError` with the
     // reason when it would not.
     Common::ValidatedFirmwareZip validate(const std::string& package) const;
 

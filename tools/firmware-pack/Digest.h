@@ -23,7 +23,7 @@ public:
     Sha256& operator=(const Sha256&) = delete;
 
     void update(const void* data, std::size_t size);
-    // The 32 digest bytes. To be called once, after the last update.
+    // The 32 digest bytes. Call it once, after the last update.
     std::vector<std::uint8_t> finish();
 
 private:

@@ -25,7 +25,7 @@ using Common::FirmwareDescription;
     throw PackError("cannot extract " + printable(path) + ": " + reason);
 }
 
-// The parts of a path; throws unless each of them is the name of something below.
+// The parts of a path; throws unless it names something below the folder.
 std::vector<std::string> partsOf(const std::string& path) {
     std::vector<std::string> parts;
     std::size_t at = 0;
@@ -57,7 +57,7 @@ Descriptor openFolder(const std::string& folder) {
     return opened;
 }
 
-// One step down, which a link cannot be.
+// Opens a directory one level down; a link is refused.
 Descriptor enter(int parent, const std::string& name, const std::string& path) {
     if (::mkdirat(parent, name.c_str(), 0777) != 0 && errno != EEXIST) {
         fail(path, std::strerror(errno));
@@ -71,7 +71,7 @@ Descriptor enter(int parent, const std::string& name, const std::string& path) {
     return opened;
 }
 
-// A new file, which is gone again unless it is kept.
+// A new file, removed again unless it is kept.
 class NewFile {
 public:
     NewFile(int root, const std::string& path) : folder_(-1), file_(-1), path_(path) {

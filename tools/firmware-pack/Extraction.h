@@ -1,4 +1,4 @@
-// Taking a package apart.
+// Extracts the payload of a package.
 
 #pragma once
 
@@ -13,9 +13,9 @@ enum class Layout { Archive, Installed };
 
 // Writes the payload that a device would read below the folder, which is made if it is missing, and
 // returns the number of files. No path leads out of the folder, through a link, or over something
-// that is there already. Throws `PackError` for the first file that cannot be written like that,
-// is missing, or has another digest than the manifest says; that file is not left behind, the ones
-// before it are.
+// that is there already. Throws `PackError` for the first file that cannot be written like that, is
+// missing, or has another digest than the manifest says. Removes that file and leaves the ones
+// before it.
 std::size_t extractPackage(const std::string& package, const std::string& folder, Layout layout,
                            const ProgressSink& progress);
 

@@ -70,7 +70,7 @@ private:
     std::map<zip_int64_t, EntryContent> contents_;
 };
 
-// The same text that the library has read, for what it does not tell.
+// Parses the manifest a second time, for what the library does not report.
 void readRest(const std::string& text, Inspection& inspection) {
     pugi::xml_document document;
     if (!document.load_string(text.c_str())) {

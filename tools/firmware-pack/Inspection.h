@@ -55,8 +55,8 @@ struct Inspection {
     // Engaged unless there is a `manifestError`.
     std::optional<Common::FirmwareDescription> description;
     std::vector<InspectedFile> files;
-    // Archive names of files in the manifest that a device leaves out without a word, because it
-    // does not understand their attributes.
+    // Archive names of files in the manifest that a device silently skips, because it does not
+    // understand their attributes.
     std::vector<std::string> ignoredFiles;
     // Entries of the archive that the manifest does not list.
     std::vector<InspectedEntry> unlistedEntries;

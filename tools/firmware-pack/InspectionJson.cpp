@@ -13,7 +13,7 @@ namespace {
 
 namespace json = boost::json;
 
-// Valid UTF-8 of any bytes: what is none becomes the replacement character.
+// Turns any bytes into valid UTF-8: invalid ones become the replacement character.
 json::string valid(std::string_view text) {
     json::string result;
     while (!text.empty()) {
@@ -121,7 +121,7 @@ void appendEscaped(std::string& text, std::uint32_t codePoint) {
     text += fmt::format("\\u{:04x}\\u{:04x}", 0xd800 + (rest >> 10U), 0xdc00 + (rest & 0x3ffU));
 }
 
-// What is not ASCII stands inside of strings only, where it may be escaped.
+// Only strings contain anything but ASCII, and there it may be escaped.
 std::string ascii(std::string_view text) {
     std::string result;
     while (!text.empty()) {

@@ -77,7 +77,7 @@ void refuseToOverwrite(const std::vector<std::string>& inputs, const std::string
     }
 }
 
-// Arguments over file, or a message that names all that is missing in both.
+// Arguments take precedence over the release file.
 Options withReleaseFile(Options options) {
     if (options.releaseFile) {
         options.release =
@@ -117,7 +117,7 @@ void writeFile(const std::string& path, const std::string& bytes) {
     file.moveIntoPlace();
 }
 
-// What a device makes of a package that is about to be finished.
+// What a device reads from a package that is about to be finished.
 struct Acceptance {
     std::string version;
     std::size_t files = 0;
@@ -180,7 +180,7 @@ int runPrepare(const Options& arguments) {
         input, form, *release.output, toSign, {strictness(options), display.sink(), {}});
     const std::string digest = toHex(digestBytes(toSign).sha256);
     writeFile(*options.toSign, toSign);
-    // As sha256sum writes it, and reads it with --check.
+    // In the form that sha256sum writes, and reads with --check.
     writeFile(*options.toSign + ".sha256", digest + "  " + baseName(*options.toSign) + "\n");
     display.end();
     reportAll("warning", warnings);

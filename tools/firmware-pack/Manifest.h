@@ -1,7 +1,7 @@
 // The manifest of a package as its author states it, and its XML form.
 //
 // Nothing is checked here: a manifest that no device would accept is written as it stands, so that
-// the tests can make such manifests too. `check` in Check.h is the gate.
+// the tests can make such manifests, too. `check` in Check.h finds the mistakes.
 
 #pragma once
 

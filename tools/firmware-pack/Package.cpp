@@ -23,8 +23,8 @@ std::vector<std::string> checkOrThrow(const Manifest& manifest, Strictness stric
     return findings.warnings;
 }
 
-// Fills in digests and lengths. Mistakes come to light before minutes of hashing: those in the
-// arguments first, then sizes that no device takes.
+// Fills in digests and lengths. Finds mistakes before it spends minutes on hashing: first those in
+// the arguments, then sizes that no device accepts.
 std::vector<std::string> hashSources(PackageInput& input, const PackageOptions& options) {
     std::vector<ManifestFile>& files = input.manifest.files;
     if (files.size() != input.sources.size()) {

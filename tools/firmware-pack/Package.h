@@ -24,7 +24,7 @@ struct PackageInput {
 struct PackageOptions {
     Strictness strictness = Strictness::Lenient;
     ProgressSink progress = {};
-    // Called with the name of the complete package before it takes its place; may throw.
+    // Called with the name of the complete package before that replaces the output; may throw.
     std::function<void(const std::string& file)> accept = {};
 };
 
@@ -35,7 +35,7 @@ std::vector<std::string> buildPackage(PackageInput input, const Signer& signer,
                                       const std::string& output,
                                       const PackageOptions& options = {});
 
-// The same with a signature that lacks its value; what it is to be made of is left in `toSign`.
+// The same with a signature that lacks its value; `toSign` receives the bytes to sign.
 std::vector<std::string> preparePackage(PackageInput input, const SignatureForm& form,
                                         const std::string& output, std::string& toSign,
                                         const PackageOptions& options = {});

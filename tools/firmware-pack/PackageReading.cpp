@@ -7,7 +7,7 @@ namespace Norv::Corvane::Pack {
 
 namespace {
 
-// Takes every manifest for genuine and keeps its text.
+// Accepts every manifest as genuine and keeps its text.
 class Recorder : public Common::IFirmwareDescriptionValidator {
 public:
     boost::optional<bool> ValidateSignature(boost::string_view description) const override {

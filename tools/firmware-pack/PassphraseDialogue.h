@@ -11,7 +11,7 @@
 
 namespace Norv::Corvane::Pack {
 
-// Asks the source at most once, however often libcrypto asks. Has to outlive what it is given to.
+// Asks the source at most once, however often libcrypto asks. Must outlive what it is given to.
 class PassphraseDialogue {
 public:
     PassphraseDialogue(const PassphraseSource& source, std::string what);

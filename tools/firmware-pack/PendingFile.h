@@ -8,8 +8,8 @@
 
 namespace Norv::Corvane::Pack {
 
-// Holds back the signals that would end the process from this thread for as long as it lives, so
-// that files can be removed before they do.
+// While it lives, holds back the signals on this thread that would end the process, so that files
+// can be removed first.
 class SignalHold {
 public:
     SignalHold();
@@ -25,8 +25,8 @@ private:
 bool interrupted();
 
 // A new file beside `path`, removed again unless it has been moved there. Throws `PackError` when
-// it cannot be made, or when something that is no regular file is at `path`: replacing a device or
-// a pipe would destroy it.
+// it cannot be made, or when `path` is something other than a regular file: replacing a device or a
+// pipe would destroy it.
 class PendingFile {
 public:
     explicit PendingFile(std::string path);
@@ -36,9 +36,9 @@ public:
 
     const std::string& name() const { return pending_; }
 
-    // Makes the bytes the content. Throws `PackError`.
+    // Replaces the content by these bytes. Throws `PackError`.
     void write(std::string_view bytes);
-    // Makes the content of this file the content. Throws `PackError`.
+    // Replaces the content by that of this file. Throws `PackError`.
     void copyFrom(const std::string& source);
 
     // Syncs the content and replaces `path` by it. Throws `PackError`.

@@ -16,7 +16,7 @@ namespace Norv::Corvane::Pack {
 
 namespace {
 
-// Larger than any key; what is larger is something else.
+// Larger than any key: a larger file is something else.
 constexpr std::size_t keyLimit = std::size_t{1} << 20U;
 
 KeyPtr openKeyFile(const KeySource& source) {

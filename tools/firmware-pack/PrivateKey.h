@@ -1,4 +1,4 @@
-// Opening private keys, wherever they are.
+// Opens private keys, in files and in tokens.
 
 #pragma once
 
@@ -19,23 +19,22 @@ struct KeySource {
 };
 
 struct PrivateKey {
-    // What has to outlive the key: the connection to its token, for one.
+    // What must outlive the key, such as the connection to its token.
     std::shared_ptr<void> keeper;
     KeyPtr key;
 };
 
 bool isTokenUri(const std::string& location);
 
-// Throws `PackError`: a file that cannot be read or holds no key, a passphrase that is needed and
-// missing, and one that is wrong, each have a message of their own. So have a token's wrong PIN and
-// an object that it does not hold.
+// Throws `PackError`, with a message of its own for a file that cannot be read or holds no key, for
+// a missing and for a wrong passphrase, for a wrong PIN of a token, and for an object that the
+// token does not hold.
 PrivateKey openPrivateKey(const KeySource& source);
 
 // The first private key that the store delivers; null for none.
 KeyPtr firstKey(OSSL_STORE_CTX* store);
 
-// The file as a whole, however it is read; a pipe may stand for it. At most `limit` bytes. Throws
-// `PackError`.
+// The whole content of the file, which may be a pipe. At most `limit` bytes. Throws `PackError`.
 std::string readSmallFile(const std::string& path, std::size_t limit);
 
 }  // namespace Norv::Corvane::Pack

@@ -1,4 +1,4 @@
-// What long work tells about how far it is.
+// Reports the progress of long work.
 
 #pragma once
 
@@ -8,8 +8,8 @@
 
 namespace Norv::Corvane::Pack {
 
-// Called from time to time with the name of the step, what is done and what there is to do, in
-// bytes. May be empty.
+// Called from time to time with the name of the step and, in bytes, what is done and what there is
+// to do. May be empty.
 using ProgressSink = std::function<void(const char* step, std::uint64_t done, std::uint64_t total)>;
 
 // One step over a known number of bytes.
@@ -31,8 +31,8 @@ private:
     std::uint64_t done_ = 0;
 };
 
-// Shows progress on standard error, as soon as the work has taken a second: a bar on a terminal, a
-// line for each tenth otherwise. Its end takes the bar away.
+// Shows progress on standard error, as soon as the work has taken a second: a bar on a terminal,
+// otherwise a line for each tenth. The destructor removes the bar.
 class ProgressDisplay {
 public:
     ProgressDisplay();

@@ -10,7 +10,7 @@
 
 namespace Norv::Corvane::Pack {
 
-// One statement about payload. It gives one file, or several in the order of their names.
+// One statement about payload. It stands for one file, or for several in the order of their names.
 struct PayloadRule {
     enum class Kind {
         // One file that is installed.
@@ -24,13 +24,13 @@ struct PayloadRule {
     };
     Kind kind = Kind::File;
     std::string source;
-    // Path below the target directory; of a folder or pattern, what goes in front of its paths.
+    // Path below the target directory; for a folder or pattern, the prefix of its paths.
     std::string target;
     // Name in the archive, likewise. Engaged, or the target without a leading slash.
     std::optional<std::string> name = std::nullopt;
 };
 
-// Nothing in it is engaged unless it was stated.
+// Only what was stated is engaged.
 struct Release {
     std::optional<std::string> key;
     std::optional<std::string> certificate;
@@ -46,12 +46,12 @@ struct Release {
     std::optional<bool> includeCertificate;
 };
 
-// What `first` states, and what `second` states besides.
+// What `first` states, and what only `second` states.
 Release overlay(Release first, const Release& second);
 
 // The package that a release describes. Looks for the files of its folders and patterns. Throws
-// `PackError`, also for a folder or pattern that gives no file. The versions and the device have to
-// be stated.
+// `PackError`, also for a folder or pattern that gives no file. The versions and the device must be
+// stated.
 PackageInput expand(const Release& release);
 
 }  // namespace Norv::Corvane::Pack

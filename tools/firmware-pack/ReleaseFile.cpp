@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::size_t fileLimit = std::size_t{16} << 20U;
 
-// Reads one table of the file, and knows how to complain about it.
+// Reads one table of the file, and reports errors with their place.
 class TableReader {
 public:
     TableReader(const toml::table& table, std::string path)
@@ -42,7 +42,7 @@ public:
         return node == nullptr ? std::nullopt : std::optional(textOf(*node, key));
     }
 
-    // A path counts from the folder of the file.
+    // A path is relative to the folder of the file.
     std::optional<std::string> path(const char* key) const {
         const std::optional<std::string> value = text(key);
         return value ? std::optional(fromHere(*value)) : std::nullopt;
@@ -91,7 +91,7 @@ private:
         if (value.empty()) {
             fail(node, inQuotes(key) + " is empty");
         }
-        // The rest of it would be lost on the way to a file name or into the manifest.
+        // What follows a zero byte would be lost in a file name or in the manifest.
         if (value.find('\0') != std::string::npos) {
             fail(node, inQuotes(key) + " holds a zero byte");
         }

@@ -1,4 +1,4 @@
-// Reading a release from a TOML file.
+// Reads a release from a TOML file.
 
 #pragma once
 
@@ -20,12 +20,12 @@ const std::vector<ReleaseKey>& releaseKeys();
 // The keys of one [[payload]] table.
 const std::vector<ReleaseKey>& payloadKeys();
 
-// Relative paths in the file count from its folder. Throws `PackError` for a file that cannot be
-// read, that is no TOML, and for a key that is unknown or has a wrong value; the text names file,
-// line and key.
+// Paths in the file are relative to its folder. Throws `PackError` for a file that cannot be read,
+// that is no TOML, and for a key that is unknown or has a wrong value; the text names file, line
+// and key.
 Release readReleaseFile(const std::string& path);
 
-// The same for text that is at hand; `path` says where it comes from.
+// The same for text in memory; `path` says where it comes from.
 Release parseRelease(std::string_view text, const std::string& path);
 
 }  // namespace Norv::Corvane::Pack

@@ -52,7 +52,7 @@ bool hasTerminal() {
     return static_cast<bool>(Descriptor(::open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY)));
 }
 
-// The whole buffer: a short text that was moved from leaves its bytes behind its end.
+// Overwrites the whole buffer: moving a short text leaves its bytes behind its end.
 void wipe(std::string& text) noexcept {
     text.resize(text.capacity());
     OPENSSL_cleanse(text.data(), text.size());

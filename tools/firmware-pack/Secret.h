@@ -1,4 +1,4 @@
-// Passphrases and PINs: where they come from, and memory that forgets them.
+// Passphrases and PINs: where they come from, and memory that is wiped.
 
 #pragma once
 
@@ -24,11 +24,12 @@ private:
     std::string text_;
 };
 
-// Asked at most once for a key, and only if the key needs it. `what` names what it opens. None when
-// there is nothing to answer with; throws `PackError` when the place that was named has no answer.
+// Called at most once for a key, and only if the key needs it. `what` names what the passphrase
+// opens. Returns nothing when no passphrase is available; throws `PackError` when the place that
+// the user named has none.
 using PassphraseSource = std::function<std::optional<Secret>(const std::string& what)>;
 
-// Nobody is asked.
+// Asks nobody.
 std::optional<Secret> noPassphrase(const std::string& what);
 
 // The first line of a file, or of what a descriptor delivers.

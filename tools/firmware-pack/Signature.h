@@ -1,4 +1,4 @@
-// Signing documents with a key that is at hand.
+// Signs documents with a private key.
 //
 // One thread at a time.
 
@@ -21,7 +21,7 @@ public:
     Signer(const KeySource& key, Certificate certificate);
 
     // Whether a signature carries a copy of the certificate. Devices do not need one: they verify
-    // with the certificate that they hold. Off at first.
+    // with the certificate that they hold. Off by default.
     void includeCertificate(bool include) { includeCertificate_ = include; }
 
     // The document with its signature: rsa-sha256 or ecdsa-sha256 over exclusive canonical XML,

@@ -13,7 +13,7 @@ namespace Norv::Corvane::Pack {
 
 namespace {
 
-// A hostile signature may bring any number of them.
+// A hostile signature may contain any number of them.
 constexpr std::size_t mostHints = 8;
 
 std::string_view localName(pugi::xml_node node) {

@@ -9,7 +9,7 @@
 
 namespace Norv::Corvane::Pack {
 
-// The first child of the manifest's root that calls itself a signature.
+// The first child of the manifest's root that is named as a signature.
 std::optional<InspectedSignature> readSignature(pugi::xml_node root);
 
 }  // namespace Norv::Corvane::Pack

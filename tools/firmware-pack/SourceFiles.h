@@ -1,4 +1,4 @@
-// Finding the payload that a folder or a pattern stands for.
+// Finds the payload that a folder or a pattern stands for.
 
 #pragma once
 

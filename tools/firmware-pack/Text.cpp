@@ -13,7 +13,7 @@ struct Range {
     std::uint32_t last;
 };
 
-// What prints nothing of its own: control and format characters, separators of lines, tags,
+// Code points that print nothing visible: control and format characters, separators of lines, tags,
 // variation selectors, private and unassigned places at the ends of planes.
 constexpr std::array<Range, 21> invisible = {{
     {0x00, 0x1f},     {0x7f, 0x9f},     {0xad, 0xad},     {0x34f, 0x34f},     {0x600, 0x605},

@@ -6,8 +6,8 @@
 
 namespace Norv::Corvane::Pack {
 
-// Opens the key with OpenSSL's provider for PKCS#11 where there is one (pkcs11-provider), with its
-// engine otherwise (libengine-pkcs11-openssl). Throws `PackError`.
+// Opens the key with OpenSSL's provider for PKCS#11 (pkcs11-provider) if there is one, otherwise
+// with its engine (libengine-pkcs11-openssl). Throws `PackError`.
 PrivateKey openTokenKey(const KeySource& source);
 
 }  // namespace Norv::Corvane::Pack

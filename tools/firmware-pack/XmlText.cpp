@@ -6,7 +6,7 @@ namespace {
 
 constexpr std::size_t npos = std::string_view::npos;
 
-// What the text has at a place that begins with "<".
+// What the text contains at a place that begins with "<".
 enum class Piece { Opening, Closing, Empty, Other };
 
 struct Markup {

@@ -12,8 +12,8 @@ struct TextRange {
     std::size_t end = 0;
 };
 
-// Where the element child number `index` of the root element stands, tags included. None when there
-// is no such child. The text has to be a well-formed document in UTF-8.
+// The place of child element number `index` of the root element, tags included. None when there is
+// no such child. The text must be a well-formed document in UTF-8.
 std::optional<TextRange> rootChildRange(std::string_view xml, std::size_t index);
 
 }  // namespace Norv::Corvane::Pack

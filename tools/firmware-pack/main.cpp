@@ -44,7 +44,7 @@ int runProgram(std::vector<std::string> arguments) {
     } else if (first.empty() || first.front() != '-') {
         throw UsageError("unknown command " + first);
     } else {
-        // The way of the first releases, for the scripts that call it.
+        // The form of the first releases, for the scripts that use it.
         command = findCommand("build");
         options.lenient = true;
         options.quiet = true;
@@ -56,7 +56,7 @@ int runProgram(std::vector<std::string> arguments) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    // A file size limit has to end as a failed write, which cleans up after itself.
+    // Exceeding a file size limit must be a failed write, which cleans up after itself.
     std::signal(SIGXFSZ, SIG_IGN);
     try {
         return runProgram({argv + (argc > 0 ? 1 : 0), argv + argc});

@@ -1,7 +1,7 @@
-// Package files that change under an installation.
+// Package files that change during an installation.
 //
-// The manifest is read and judged once; the payload is read later, from the same open file. A
-// damaged entry fails on its digest. One that cannot even be opened any more ends the process.
+// The manifest is read and checked once; the payload is read later, from the same open file. A
+// damaged entry fails because of its digest. One that can no longer be opened ends the process.
 
 #include <fcntl.h>
 #include <gmock/gmock.h>

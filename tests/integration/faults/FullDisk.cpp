@@ -23,7 +23,7 @@ bool writeTo(const char* path, const std::string& text) {
     return static_cast<bool>(std::ofstream(path) << text << std::flush);
 }
 
-// Gives this process mounts of its own, and an ordinary user root's rights over them.
+// Gives this process mounts of its own; an ordinary user gets root's rights over them.
 bool moveApart() {
     if (geteuid() == 0) {
         return unshare(CLONE_NEWNS) == 0;
@@ -161,8 +161,8 @@ TEST_F(FullDisk, TargetThatTurnsReadOnlyDuringTheInstallationIsAFailure) {
 
 using RemovedTarget = FaultTest;
 
-// Later files find no directory and make it anew. What was installed before is gone: the verdict is
-// about what the installer did, not about what others did to it afterwards.
+// Later files find no directory and create it again. What was installed before is gone: the verdict
+// says what the installer did, not what others did afterwards.
 TEST_F(RemovedTarget, IsMadeAnewForTheFilesThatFollow) {
     const std::vector<Payload> files{{"bin/first", std::string(2048, 'a')}, {"bin/second", "b"}};
     writePackage(package(), files);

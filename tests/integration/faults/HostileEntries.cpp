@@ -73,7 +73,7 @@ protected:
         return Outcome::Installed;
     }
 
-    // Lets it come to that.
+    // Lets the process really end.
     void expectProcessEnd() {
         GTEST_FLAG_SET(death_test_style, deathTestStyle());
         EXPECT_EXIT(installed(), testing::KilledBySignal(SIGABRT), "");

@@ -1,8 +1,8 @@
 // Real packages for the fault tests, made without a key.
 //
-// A validator that accepts exactly one manifest text stands in for the signature: what a perfect
-// signature would let pass, at the cost of a comparison. So thousands of damaged packages can be
-// tried in seconds, and a success is right only with exactly the payload that was packed.
+// A validator that accepts exactly one manifest text replaces the signature check. It accepts what
+// a perfect signature would, at the cost of a comparison. So tests can try thousands of damaged
+// packages in seconds, and a success is right only with exactly the packed payload.
 
 #pragma once
 

@@ -1,4 +1,4 @@
-// Zip archives byte by byte, with every field open to lies.
+// Zip archives made byte by byte, in which every field can lie.
 
 #pragma once
 
@@ -9,7 +9,7 @@
 
 namespace Norv::Corvane::Test {
 
-// One entry, stored. What is not set is the truth.
+// One stored entry. Fields that are not set are true.
 struct RawEntry {
     std::string name;
     std::string data;

@@ -1,4 +1,4 @@
-// The shortest host does what every host has to do itself.
+// The minimal host does what every host has to do itself.
 
 #include "HostFixture.h"
 #include "Tracing.h"

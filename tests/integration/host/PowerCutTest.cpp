@@ -16,8 +16,8 @@ namespace {
 using namespace Norv::Corvane;
 using namespace Norv::Corvane::Test;
 
-// A file system in an image file, behind a loop device. The image holds what has reached the
-// device; what is in memory only is not in a copy of it, and that copy is what a power cut leaves.
+// A file system in an image file, on a loop device. The image holds only what has reached the
+// device, not what is still in memory. A copy of it is therefore what a power cut leaves.
 class HostPowerCut : public HostFixture {
 protected:
     void SetUp() override {
@@ -45,7 +45,7 @@ protected:
 
     boost::filesystem::path disk() const { return directory / "disk"; }
 
-    // Nothing is written back by the clock.
+    // No timer writes anything back.
     ProcessResult mountImage(const std::string& name) const {
         return run(
             {"mount", "-o", "loop,commit=600", (directory / name).string(), disk().string()});
@@ -110,7 +110,7 @@ TEST_F(HostPowerCut, AfterInstalledCostsNoFile) {
     EXPECT_EQ(wrong, 0);
 }
 
-// Shows that the cut above is one.
+// Shows that the cut above really loses data.
 TEST_F(HostPowerCut, CostsFilesWhenNothingIsFlushed) {
     if (!canTrace()) {
         GTEST_SKIP() << "no process may be traced here, or there is no strace";

@@ -1,4 +1,4 @@
-// firmware-host leaves out what its libraries would do for nothing.
+// firmware-host avoids what its libraries would do to no purpose.
 
 #include "HostFixture.h"
 #include "Tracing.h"

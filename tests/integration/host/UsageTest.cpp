@@ -9,7 +9,7 @@ using testing::IsEmpty;
 
 struct WrongUse {
     const char* name;
-    // "CERT", "PACKAGE", "TARGET" and "DIR" stand for sound ones and the directory of the package.
+    // "CERT", "PACKAGE" and "TARGET" stand for valid ones, "DIR" for the package's directory.
     std::vector<std::string> words;
     int status;
     // What standard error says after "firmware-host: ", the same words replaced.

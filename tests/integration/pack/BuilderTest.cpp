@@ -1,4 +1,4 @@
-// Packages of the test support on their way through the library: what the other tests lean on.
+// Packages made by the test support pass through the library: the other tests rely on that.
 
 #include <gmock/gmock.h>
 #include <spdlog/spdlog.h>

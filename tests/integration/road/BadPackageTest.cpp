@@ -23,7 +23,7 @@ using testing::StartsWith;
 
 class BadPackage : public Road {
 protected:
-    // The only record, which the opening of the package left.
+    // The only record, logged when the package was opened.
     void expectUnopened(const path& package) {
         const LogCapture own;
         EXPECT_FALSE(travel(package, target.path())) << package;

@@ -106,7 +106,7 @@ TEST_F(BadTarget, ThatHasNoRoomForADirectoryFails) {
                             failedToProcess("bin/app")));
 }
 
-// The device that takes no byte stands for a full disk where nothing can be mounted.
+// A device that accepts no byte stands for a full disk where nothing can be mounted.
 TEST_F(BadTarget, ThatTakesNoByteFails) {
     fs::create_symlink("/dev/full", target / "app");
     expectFailure(PackageBuilder().firmware("app", noise(300000)));
@@ -131,7 +131,7 @@ TEST_F(BadTarget, ThatCannotBeWrittenFails) {
 }
 
 TEST_F(BadTarget, ThatCannotTakeADirectoryFails) {
-    // Whoever one is: nothing can be made there.
+    // Nobody can create anything there.
     const path nowhere = "/proc/self/corvane/bin";
     const auto report = travel(PackageBuilder().firmware("app", "data").build(directory), nowhere);
     ASSERT_TRUE(report);

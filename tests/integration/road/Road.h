@@ -1,5 +1,5 @@
-// The road of one installation, as a host takes it: a signed package goes in, an installed tree and
-// one verdict come out.
+// One installation from end to end, as a host runs it: a signed package goes in, an installed tree
+// and one verdict come out.
 
 #pragma once
 

@@ -1,5 +1,5 @@
-// Lack of memory makes no text genuine that says something else than what was signed, and nothing
-// of the check throws.
+// Lack of memory makes no text genuine that differs from what was signed, and the check never
+// throws.
 //
 // Bounded: every so many-th allocation fails. CORVANE_ALLOCATION_STEP=1 is the full form.
 
@@ -32,7 +32,7 @@ using Common::FirmwareDescriptionValidator;
 
 unsigned long step() {
     const char* const chosen = std::getenv("CORVANE_ALLOCATION_STEP");
-    // A prime: what recurs in the work is met in all of its places.
+    // A prime, so that it hits every part of work that repeats.
     constexpr unsigned long usual = 97;
     return chosen != nullptr ? std::strtoul(chosen, nullptr, 10)
                              : usual * static_cast<unsigned long>(slowness());

@@ -166,8 +166,8 @@ INSTANTIATE_TEST_SUITE_P(
                [] { return honestManifest() + '\0' + evilManifest(); }}),
     nameOf);
 
-// No way in through these is known: they are refused by the parser or unknown to it, as the parser
-// and the system's conversions are where this was tried. They need not be judged.
+// No attack through these is known: the parser and the system's conversions that this was tried
+// with refuse them or do not know them. They need not get a verdict.
 INSTANTIATE_TEST_SUITE_P(
     OddEncoding, AttackTest,
     testing::Values(

@@ -1,4 +1,4 @@
-// Manifests that the libraries below find signed, and that say something else to who reads them.
+// Manifests that the libraries below find signed, but that are read as something else.
 //
 // libxml2 goes on when it has no room for a name, or no memory, and makes a document of what it
 // has. The signature is checked on that document.
@@ -30,7 +30,7 @@ inline std::string nameOfReading(const testing::TestParamInfo<ReadingAttack>& in
     return info.param.name;
 }
 
-// Judged with as much room for names as the attack says.
+// Checked with as much room for names as the attack says.
 class ReadingAttackTest : public testing::TestWithParam<ReadingAttack> {};
 
 }  // namespace Norv::Corvane::Test

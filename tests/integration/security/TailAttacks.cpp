@@ -1,6 +1,6 @@
-// A name for which libxml2 has no room ends its document there and then, and the document still
-// counts as well-formed if nothing but comments and instructions seem to follow. The other parser
-// reads on: what is a comment to one is content to the other.
+// A name for which libxml2 has no room ends its document at that place. The document still counts
+// as well-formed if only comments and instructions seem to follow. The other parser reads on: what
+// is a comment to one is content to the other.
 
 #include "ManifestMutations.h"
 #include "PackageBuilder.h"

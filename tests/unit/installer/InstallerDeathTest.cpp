@@ -1,4 +1,4 @@
-// What no verdict can express ends the process, and never looks like success.
+// A failure that no verdict can express ends the process, and never looks like success.
 
 #include <gtest/gtest.h>
 
@@ -39,8 +39,8 @@ void install(const path& target, const PackageBuilder& package,
 
 class InstallerDeathTest : public testing::Test {
 protected:
-    // A process that is to die starts the test anew, in a child, and does not come to clean up: it
-    // works in the directory of its parent.
+    // A death test runs the test again in a child process, which cannot clean up, so it works in
+    // its parent's directory.
     void SetUp() override {
         GTEST_FLAG_SET(death_test_style, deathTestStyle());
         constexpr const char* variable = "CORVANE_DEATH_TEST_DIRECTORY";

@@ -1,4 +1,4 @@
-// The manifest of a package: how it is read, judged and passed on.
+// The manifest of a package: how it is read, checked and passed on.
 
 #include <boost/optional/optional_io.hpp>
 #include <string>

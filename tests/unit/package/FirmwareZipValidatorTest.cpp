@@ -58,7 +58,7 @@ protected:
                 "ValidateFirmwareZipFile"};
     }
 
-    // What becomes of this package when its signature is judged so.
+    // What becomes of this package with this verdict on its signature.
     boost::optional<ValidatedFirmwareZip> validate(const path& package,
                                                    boost::optional<bool> verdict = true) const {
         const StubValidator signatures(verdict);

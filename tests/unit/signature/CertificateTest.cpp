@@ -29,7 +29,7 @@ class Certificate : public ValidatorFixture {
 protected:
     const std::string manifest = PackageBuilder().firmware("a", "b").manifest();
 
-    // The file cannot be trusted, and nothing else is any more.
+    // The file cannot be trusted, and neither is anything else any more.
     void expectNotLoaded(const boost::filesystem::path& path) {
         ASSERT_EQ(validator.ValidateSignature(manifest), true);
         std::error_code result;
@@ -106,7 +106,7 @@ TEST_F(Certificate, LoadsByItselfAsWell) {
     EXPECT_EQ(Common::FirmwareDescriptionValidator::LoadTrustedCert(directory / "none"), nullptr);
 }
 
-// Neither the validity period nor the issuer of the trusted certificate is a question.
+// The validity period and the issuer of the trusted certificate do not matter.
 TEST_F(Certificate, FirstInTheFileIsTheTrustedOne) {
     ASSERT_FALSE(validator.Open(
         directory.write("two.pem", rsaKey().certificatePem + strangerKey().certificatePem)));

@@ -203,7 +203,7 @@ struct Verification : Startup {
     std::string manifest;
 };
 
-// Carried out without an error, and its status still says nothing.
+// The call succeeds, but its status says nothing.
 TEST_F(Verification, WithoutAStatusIsFalse) {
     EXPECT_EQ(verdictWhile("xmlSecDSigCtxVerify", 0), false);
 }

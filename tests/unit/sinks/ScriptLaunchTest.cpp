@@ -1,5 +1,5 @@
-// Starting a script in hosts that make it hard: without descriptors, or with a signal handling of
-// their own.
+// Starting a script in difficult hosts: without free descriptors, or with signal handling of their
+// own.
 
 #include <gmock/gmock.h>
 #include <pthread.h>

@@ -1,4 +1,4 @@
-// A sandbox that overlooks something would let every attack pass that does it.
+// A sandbox that misses something would let every attack pass that does it.
 
 #include "Sandbox.h"
 

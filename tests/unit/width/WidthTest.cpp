@@ -1,5 +1,5 @@
-// Numbers that do not fit what a 32-bit machine counts with: file offsets, sizes that an archive
-// declares, chunks as large as they get. Most of it could only go wrong there.
+// Numbers that do not fit a 32-bit machine's types: file offsets, sizes that an archive declares,
+// the largest chunks. Most of it could only go wrong there.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

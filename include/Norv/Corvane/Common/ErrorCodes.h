@@ -29,9 +29,9 @@ enum class ValidationError : int {
     // Not reported by this library; for callers whose own set-up of a validator failed.
     FailedToOpenValidator = 1,
     MissingFirmwareDescriptionFile = 2,
-    // The signature could not be judged at all.
+    // The signature could not be checked, so there is no verdict on it.
     ValidationProcessError = 3,
-    // The signature was judged and is wrong.
+    // The signature was checked and is wrong.
     InvalidSignature = 4,
     XmlParsingFailed = 5,
     MissingFirmwareDescriptionTag = 6,

@@ -1,8 +1,8 @@
 // The sink that puts one payload file on disk.
 //
-// Made for one file, fed chunk by chunk, finished by `done`, all on one thread. A failure is
-// remembered, not thrown, and comes out of `done`. A file that was written, wholly or in part, is
-// never removed.
+// Made for one file, fed chunk by chunk, finished by `done`, all on one thread. `done` reports
+// whether creating, opening and writing the file succeeded; these failures are not thrown. A file
+// that was written, wholly or in part, is never removed.
 
 #pragma once
 
@@ -19,7 +19,8 @@ class NORV_EXPORT FileWriter {
 public:
     // Opens the file at its installation path below `targetDir` and truncates it; creates missing
     // directories first. A leading "/" of the installation path does not leave `targetDir`. Throws
-    // `boost::filesystem::filesystem_error` when the state of the parent directory cannot be told.
+    // `boost::filesystem::filesystem_error` when the state of the parent directory cannot be
+    // determined.
     FileWriter(const boost::filesystem::path& targetDir, const FirmwareDescription::File& file);
 
     // Appends `data`; flushes when it is the `last` chunk. Does nothing after a failure.

@@ -39,13 +39,14 @@ struct FirmwareDescription {
         HashAlgorithm hashAlgorithm = HashAlgorithm::SHA256;
         // Name of the entry inside the archive.
         std::string localFilePath;
-        // Where to install the file below the target directory; none when that is `localFilePath`.
-        // Engaged and empty when the manifest does not say: that is the target directory itself,
-        // which cannot be written if it is there, and becomes a file if it is not.
+        // Where to install the file, below the target directory; none when that is `localFilePath`.
+        // Engaged but empty when the manifest does not say. That names the target directory itself:
+        // writing it fails if it exists, and otherwise makes a file in its place.
         boost::optional<std::string> remoteFilePath;
-        // Expected digest, raw bytes. Any length but the algorithm's own never matches.
+        // Expected digest, raw bytes. Only the algorithm's own length can match.
         std::vector<std::uint8_t> hashValue;
-        // In bytes, as the manifest states it; the digest alone decides about the content.
+        // In bytes, as the manifest states it; only the digest decides whether the content is
+        // right.
         std::uint32_t length = 0;
     };
 
@@ -72,8 +73,8 @@ NORV_EXPORT boost::optional<HashAlgorithm> parseHashAlgorithm(boost::string_view
 NORV_EXPORT boost::optional<FirmwareDescription::File> parseFile(pugi::xml_node entry);
 
 // `description` is the "FirmwareDescription" element itself. File entries that `parseFile` rejects
-// are left out without a trace; an unknown device gives `DeviceType::Type::None`. The error, if
-// any, is a `ParseFirmwareDescriptionError`.
+// are silently skipped; an unknown device gives `DeviceType::Type::None`. The error, if any, is a
+// `ParseFirmwareDescriptionError`.
 NORV_EXPORT boost::variant<FirmwareDescription, std::error_code> parseFirmwareDescription(
     pugi::xml_node description);
 

@@ -63,7 +63,7 @@ struct Firmwares {
 
 // Replaces the content of the file at `path`, or creates it. Throws
 // `boost::interprocess::interprocess_exception` when the file cannot be opened for reading and
-// writing or cannot be locked. A failed write, as on a full disk, is not noticed.
+// writing or cannot be locked. Does not notice a failed write, as on a full disk.
 NORV_EXPORT void Save(const std::filesystem::path& path, const Firmwares& firmwares);
 
 // Empty if there is no regular file at `path`. Otherwise throws

@@ -2,8 +2,8 @@
 //
 // Owns the archive, which is opened read-only and closed on destruction. Movable, not copyable; a
 // moved-from package holds nothing and may only be destroyed or assigned to. Used from one thread
-// at a time. Nothing in here trusts the archive: what it yields is checked by the caller's
-// validator (the manifest) or against a digest (the payload).
+// at a time. Nothing here trusts the archive: the caller's validator checks the manifest, and
+// digests check the payload.
 
 #pragma once
 
@@ -21,7 +21,7 @@ namespace Norv::Corvane::Common {
 
 class NORV_EXPORT FirmwarePackage {
 public:
-    // Opens the package file at `path`. None, and one error line in the log, when that fails.
+    // Opens the package file at `path`. On failure returns no package and logs one error.
     static boost::optional<FirmwarePackage> Create(const boost::filesystem::path& path);
 
     explicit FirmwarePackage(libzip::archive archive) noexcept;
@@ -37,9 +37,9 @@ public:
     // is a mismatch.
     bool validateSHA256(libzip::file entry, const FirmwareDescription::File& file) const;
 
-    // Reads the manifest, has `validator` judge its signature, and parses it. The first failure
-    // decides: a `ValidationError`, or the `ParseFirmwareDescriptionError` of the parser. The
-    // payload is not looked at. A manifest of more than 64 MiB is not read at all
+    // Reads the manifest, has `validator` check its signature, and parses it. Returns the first
+    // failure: a `ValidationError`, or the parser's `ParseFirmwareDescriptionError`. Does not read
+    // the payload. A manifest of more than 64 MiB is not read at all
     // (`ValidationError::ValidationProcessError`).
     boost::variant<FirmwareDescription, std::error_code> validateAndGetFirmwareDescription(
         const IFirmwareDescriptionValidator& validator) const;

@@ -1,8 +1,8 @@
 // Opens a firmware package and lets it pass only if its manifest is signed and readable.
 //
 // Holds a reference to the signature validator, which the caller owns, sets up and keeps alive.
-// Used from one thread at a time, like that validator. The payload is not examined here: each
-// file's digest is checked while it is installed.
+// Used from one thread at a time, like that validator. Does not examine the payload: each file's
+// digest is checked while it is installed.
 
 #pragma once
 

@@ -1,7 +1,6 @@
-// Judges the signature of a manifest.
+// Checks the signature of a manifest.
 //
-// An interface so that a host or a test can put a judge of its own in place of
-// `FirmwareDescriptionValidator`.
+// An interface so that a host or a test can replace `FirmwareDescriptionValidator`.
 
 #pragma once
 
@@ -15,7 +14,7 @@ namespace Norv::Corvane::Common {
 class NORV_EXPORT IFirmwareDescriptionValidator {
 public:
     // `description` is the whole text of the manifest. True: signed by the trusted key. False:
-    // judged, and wrong. Empty: could not be judged.
+    // checked, and wrong. Empty: could not be checked.
     virtual boost::optional<bool> ValidateSignature(boost::string_view description) const = 0;
 
     virtual ~IFirmwareDescriptionValidator() = default;

@@ -6,8 +6,8 @@
 //
 // Every file is read once, checked against its signed digest, written, and run if it is a script.
 // The first failure ends the installation; what is installed by then stays. A file is written while
-// its digest is taken, so a payload that turns out wrong has replaced the file that was there. To
-// rule that out, check every file with `FirmwarePackage::validate` before. A failure that no
+// its digest is computed, so a payload that turns out wrong has already replaced the old file. To
+// prevent that, check every file with `FirmwarePackage::validate` beforehand. A failure that no
 // verdict can express (a listed entry that is not in the archive, a directory that may not be
 // searched, a callback that throws, memory that runs out) ends the process instead, so success is
 // never reported by mistake.
@@ -34,15 +34,15 @@ public:
 
     ~Installer() override;
 
-    // `onProgress` is called after a file, when the whole percentage changed since the last call.
+    // `onProgress` is called after a file, if the whole percentage has changed since the last call.
     // `onCompletion` is called exactly once: true when every file was installed and every script
     // succeeded, false on the first failure or on cancellation. Throws `std::system_error` when no
     // thread can be started; then neither callback is called.
     void Install(ValidatedFirmwareZip firmware, std::function<void(unsigned int)> onProgress,
                  std::function<void(bool)> onCompletion) override;
 
-    // Without effect before `Install` and after the worker has ended. The file under way is always
-    // finished, a running script too.
+    // Has no effect before `Install` and after the worker has ended. The worker always finishes the
+    // file under way, including a running script.
     void Cancel() override;
 
 private:

@@ -1,7 +1,7 @@
 // The sink that turns bytes into a percentage.
 //
-// One `SharedState` serves a whole installation, one `ProgressCounter` on it each file. All on one
-// thread, on which the callback runs too.
+// One `SharedState` serves a whole installation, and one `ProgressCounter` on it each file. All are
+// used on one thread, on which the callback runs, too.
 
 #pragma once
 

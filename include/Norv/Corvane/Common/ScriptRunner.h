@@ -1,8 +1,8 @@
 // The sink that runs an installed script.
 //
-// Made for one file. Ignores the bytes; `done` is called after the file was closed on disk, blocks
-// until the script has ended, without a time limit, and must be called at most once. All on one
-// thread. Running a script sets the process's SIGCHLD disposition to the default.
+// Made for one file, used on one thread. Ignores the bytes. Call `done` at most once, after the
+// file was closed on disk; it blocks until the script has ended, without a time limit. Running a
+// script sets the process's SIGCHLD disposition to the default.
 
 #pragma once
 

@@ -1,7 +1,7 @@
 // A firmware package whose manifest was found to be signed by the trusted key.
 //
 // Made by `IFirmwareZipValidator::ValidateFirmwareZipFile` and moved into `IInstaller::Install`.
-// Owns the open archive; whoever holds it last closes it.
+// Owns the open archive, and closes it when destroyed.
 
 #pragma once
 

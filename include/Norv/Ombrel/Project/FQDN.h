@@ -1,9 +1,9 @@
 // A fully qualified name: host and domain joined by a dot, such as "dev1.site.local".
 //
 // A value that owns its text. The host is what stands before the first dot, the domain everything
-// after it; no other separator and no trailing-dot rule is known. Comparison ignores letter case as
-// the global C++ locale defines it. Nothing here fails but for want of memory; distinct objects may
-// be used from any thread while no thread sets a locale.
+// after it; there is no other separator, and no special rule for a trailing dot. Comparison ignores
+// letter case as the global C++ locale defines it. Nothing here fails unless memory runs out;
+// distinct objects may be used from any thread while no thread sets a locale.
 
 #pragma once
 

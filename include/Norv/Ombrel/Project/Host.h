@@ -2,8 +2,8 @@
 //
 // A value that owns its text. The constructor cleans the text instead of rejecting it: blanks and
 // punctuation other than "-" and "." are removed, as the C locale in force classifies them.
-// Comparison ignores letter case as the global C++ locale defines it. Nothing here fails but for
-// want of memory; distinct objects may be used from any thread while no thread sets a locale.
+// Comparison ignores letter case as the global C++ locale defines it. Nothing here fails unless
+// memory runs out; distinct objects may be used from any thread while no thread sets a locale.
 
 #pragma once
 

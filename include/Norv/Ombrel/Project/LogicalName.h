@@ -1,7 +1,7 @@
 // The name that people gave a device or an object, such as "Living Room".
 //
-// A value that owns its text, which is taken as it is. Comparison is exact. Nothing here fails but
-// for want of memory; distinct objects may be used from any thread.
+// A value that owns its text, which is taken as it is. Comparison is exact. Nothing here fails
+// unless memory runs out; distinct objects may be used from any thread.
 
 #pragma once
 

@@ -29,8 +29,8 @@ struct NORV_EXPORT MacAddress {
 
     // Reads six hexadecimal octets, either joined by ":" ("0:1a:2B:3c:4d:5e") or, in a text of
     // exactly 12 characters without ":", as pairs ("001a2b3c4d5e"). Blanks or a "+" before an octet
-    // are accepted. A pair counts with its first character if its second is no hexadecimal digit;
-    // the separated form allows nothing after the sixth octet.
+    // are accepted. If the second character of a pair is no hexadecimal digit, only the first
+    // counts; the separated form allows nothing after the sixth octet.
     static std::optional<MacAddress> parse(std::string_view text);
 
     friend bool operator==(const MacAddress& a, const MacAddress& b) noexcept {
@@ -62,7 +62,7 @@ struct formatter<Norv::Ombrel::Project::MacAddress> {
 
     template <typename FormatContext>
     auto format(const Norv::Ombrel::Project::MacAddress& mac, FormatContext& context) const {
-        // By hand: formatting the octets would take fmt's whole machinery into every user's code.
+        // By hand: formatting the octets would pull fmt's whole machinery into every user's code.
         constexpr const char* digits = "0123456789abcdef";
         auto out = context.out();
         std::string_view separator;

@@ -1,6 +1,6 @@
 // The number of an object in a device project.
 //
-// A plain value; nothing here fails but for want of memory. Distinct objects may be used from any
+// A plain value; nothing here fails unless memory runs out. Distinct objects may be used from any
 // thread.
 
 #pragma once

@@ -3,8 +3,8 @@
 // blanks is matched literally.
 //
 // Reads what scnlib's integer reader reads: ASCII blanks and one "+" may stand before a number, and
-// there is no "0x" prefix. A "+" without digits counts as 0 whenever something follows in the text,
-// be it a blank; only at the very end of the text is it an error.
+// there is no "0x" prefix. A "+" without digits counts as 0 if anything follows in the text, even a
+// blank; only at the very end of the text is it an error.
 // Nothing here throws; distinct calls are independent.
 
 #pragma once
@@ -160,7 +160,7 @@ private:
 
 }  // namespace detail
 
-// Scans `text` as `format` says; `values`, one for each field, are set up to the first error.
+// Scans `text` as `format` says, and sets `values`, one for each field, up to the first error.
 template <typename... T>
 [[nodiscard]] constexpr scan_result scan(std::string_view text, std::string_view format,
                                          T&... values) noexcept {
