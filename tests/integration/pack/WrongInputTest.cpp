@@ -1,11 +1,20 @@
 // Wrong uses of firmware-pack: keys, passphrases, signatures and packages that do not fit.
 
+#include <zip.h>
+
 #include "PackageBuilder.h"
 #include "WrongUse.h"
 
 namespace {
 
 using namespace Norv::Corvane::Test;
+
+// A newer libzip tells half of an archive from what never was one.
+#ifdef ZIP_ER_TRUNCATED_ZIP
+constexpr const char* halfAnArchive = "Possibly truncated or corrupted zip archive";
+#else
+constexpr const char* halfAnArchive = "Not a zip archive";
+#endif
 
 TEST_F(PackWrongUse, OfKeysAndCertificates) {
     const ProcessResult made = shell(
@@ -135,7 +144,7 @@ TEST_F(PackWrongUse, OfPackagesAndPlaces) {
         {{"inspect", "absent"}, 1, {"cannot read absent: No such file or directory"}},
         {{"inspect", "www"}, 1, {"cannot read www: not a regular file"}},
         {{"inspect", "app"}, 1, {"cannot open app: Not a zip archive"}},
-        {{"inspect", "half.zip"}, 1, {"cannot open half.zip: Not a zip archive"}},
+        {{"inspect", "half.zip"}, 1, {std::string("cannot open half.zip: ") + halfAnArchive}},
         {{"verify", "absent", "--certificate", "rsa.cert.pem"},
          1,
          {"a device refuses the package: Faild to open absent (No such file)"}},
