@@ -53,7 +53,7 @@ def at_most(what, value, limit, form="{:.2f}"):
 
 
 def at_least(what, value, limit):
-    return Aim(what, f"≥ {limit:.1f}", f"{value:.1f}", value >= limit)
+    return Aim(what, f"≥ {limit:.2f}", f"{value:.2f}", value >= limit)
 
 
 def per_file(figures, name):
