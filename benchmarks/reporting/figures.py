@@ -4,6 +4,8 @@ import json
 import subprocess
 from dataclasses import dataclass, field
 
+from . import systemtools
+
 
 @dataclass
 class Figures:
@@ -14,6 +16,10 @@ class Figures:
     benchmarks: dict
     # {"deflated": (host, script), "stored": (host, script)}
     processes: dict
+    # {payload: systemtools.ToolComparison}
+    tools: dict
+    # {setting: startup.Start}
+    starts: dict
     # {bytes: KiB}
     memory: dict
     # {number of files: KiB}
@@ -47,7 +53,7 @@ def at_most(what, value, limit, form="{:.2f}"):
 
 
 def at_least(what, value, limit):
-    return Aim(what, f"≥ {limit:.1f}", f"{value:.1f}", value >= limit)
+    return Aim(what, f"≥ {limit:.2f}", f"{value:.2f}", value >= limit)
 
 
 def per_file(figures, name):
@@ -84,6 +90,11 @@ def aims(figures):
     for kind, (host, script) in figures.processes.items():
         rows.append(at_least(f"200 MB {kind}: CPU time of the script against the host",
                              script.cpu / host.cpu, 1.8))
+    for payload, limit in systemtools.LIMITS.items():
+        found = figures.tools[payload]
+        rows.append(at_most(f"{payload}: CPU time of the host against `unzip` and `sha256sum`",
+                            found.checked_ratio, limit))
+        rows.append(at_most(f"{payload}: the same with `--no-check`", found.unchecked_ratio, limit))
     sizes = sorted(figures.memory)
     for size in (sizes[0], sizes[-1]):
         rows.append(at_most(f"peak memory of the host in MiB, {size // 10**6:,} MB of payload",

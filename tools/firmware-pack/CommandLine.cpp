@@ -135,7 +135,7 @@ std::string optionsText(const Command& command) {
 std::string helpText(const Command& command) {
     return std::string("Usage: firmware-pack ") + command.name + " " + command.synopsis + "\n\n" +
            command.summary + "\n" + command.description + optionsText(command) + "\n" +
-           exitStatusText;
+           "Exit status: " + exitStatusText;
 }
 
 std::string helpText() {
@@ -151,7 +151,7 @@ std::string helpText() {
            "\nOptions:\n"
            "  -h, --help                  print this text and exit\n"
            "  --version                   print the version and exit\n\n" +
-           exitStatusText;
+           "Exit status: " + exitStatusText;
 }
 
 void requireOptions(const std::vector<RequiredOption>& options) {

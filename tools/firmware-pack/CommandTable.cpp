@@ -14,8 +14,7 @@ const char programDescription[] =
     "manifest FirmwareDescription.xml. Options without a command are those of build, as\n"
     "\"firmware-pack build --no-strict --quiet\".\n";
 
-const char exitStatusText[] =
-    "Exit status: 0 when all went well, 1 when it did not, 2 for wrong usage.\n";
+const char exitStatusText[] = "0 when all went well, 1 when it did not, 2 for wrong usage.\n";
 
 namespace {
 

@@ -65,7 +65,7 @@ bool isTokenUri(const std::string& location) {
 
 PrivateKey openPrivateKey(const KeySource& source) {
     return isTokenUri(source.location) ? openTokenKey(source)
-                                       : PrivateKey{nullptr, openKeyFile(source)};
+                                       : PrivateKey{nullptr, nullptr, openKeyFile(source)};
 }
 
 std::string readSmallFile(const std::string& path, std::size_t limit) {

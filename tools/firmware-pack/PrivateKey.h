@@ -21,6 +21,8 @@ struct KeySource {
 struct PrivateKey {
     // What must outlive the key, such as the connection to its token.
     std::shared_ptr<void> keeper;
+    // Where the key's algorithms are looked for; null for libcrypto's own context.
+    OSSL_LIB_CTX* context = nullptr;
     KeyPtr key;
 };
 

@@ -26,10 +26,10 @@ std::string Signer::rawSignature(std::string_view bytes) const {
     const DigestContextPtr context(EVP_MD_CTX_new());
     std::size_t size = 0;
     std::string signature;
-    bool made =
-        context &&
-        EVP_DigestSignInit(context.get(), nullptr, EVP_sha256(), nullptr, key_.key.get()) == 1 &&
-        EVP_DigestSign(context.get(), nullptr, &size, data, bytes.size()) == 1;
+    bool made = context &&
+                EVP_DigestSignInit_ex(context.get(), nullptr, "SHA256", key_.context, nullptr,
+                                      key_.key.get(), nullptr) == 1 &&
+                EVP_DigestSign(context.get(), nullptr, &size, data, bytes.size()) == 1;
     if (made) {
         signature.resize(size);
         made = EVP_DigestSign(context.get(), reinterpret_cast<unsigned char*>(signature.data()),

@@ -33,7 +33,8 @@ Complaints takeComplaints() {
         const char* const reason = ERR_reason_error_string(error);
         const std::string_view text = reason == nullptr ? "" : reason;
         const auto says = [&](const char* part) { return text.find(part) != text.npos; };
-        complaints.lockedPin = complaints.lockedPin || says("PIN locked") || says("PIN_LOCKED");
+        complaints.lockedPin = complaints.lockedPin || says("PIN locked") || says("PIN_LOCKED") ||
+                               says("PIN is locked");
         // The user interface refuses what is shorter or longer than a PIN can be.
         complaints.wrongPin =
             complaints.wrongPin || says("PIN") || says("pin") || ERR_GET_LIB(error) == ERR_LIB_UI;
@@ -42,8 +43,8 @@ Complaints takeComplaints() {
     return complaints;
 }
 
-[[noreturn]] void failOpening(const KeySource& source, const PassphraseDialogue& dialogue) {
-    const Complaints complaints = takeComplaints();
+[[noreturn]] void failOpening(const KeySource& source, const PassphraseDialogue& dialogue,
+                              const Complaints& complaints) {
     const std::string name = printable(source.location);
     dialogue.rethrow();
     if (dialogue.asked() && !dialogue.answered()) {
@@ -67,31 +68,78 @@ void refusePinInUri(const std::string& uri) {
     }
 }
 
-struct UnloadProvider {
-    void operator()(OSSL_PROVIDER* provider) const { OSSL_PROVIDER_unload(provider); }
-};
-using ProviderPtr = std::unique_ptr<OSSL_PROVIDER, UnloadProvider>;
+// A context with the provider in it. With libcrypto's own, the provider would close its sessions
+// when the process exits, and call a module whose memory is gone by then.
+class ProviderContext {
+public:
+    ProviderContext() : context_(OSSL_LIB_CTX_new()) {
+        if (context_) {
+            // As in libcrypto's own context, the file of settings may be missing.
+            OSSL_LIB_CTX_load_config(context_.get(), nullptr);
+            // Loading one by name would otherwise take the default provider away.
+            provider_.reset(OSSL_PROVIDER_try_load(context_.get(), "pkcs11", 1));
+        }
+        ERR_clear_error();
+    }
 
-ProviderPtr loadProvider() {
-    // Loading one by name would otherwise take the default provider away.
-    ProviderPtr provider(OSSL_PROVIDER_try_load(nullptr, "pkcs11", 1));
-    ERR_clear_error();
-    return provider;
+    explicit operator bool() const { return provider_ != nullptr; }
+    OSSL_LIB_CTX* get() const { return context_.get(); }
+
+private:
+    std::unique_ptr<OSSL_LIB_CTX, Deleter<OSSL_LIB_CTX_free>> context_;
+    std::unique_ptr<OSSL_PROVIDER, Deleter<OSSL_PROVIDER_unload>> provider_;
+};
+
+// Without an answer, the provider would ask on the terminal itself.
+class NoOtherPrompt {
+public:
+    NoOtherPrompt() : former_(UI_get_default_method()), method_(UI_create_method("none")) {
+        if (method_) {
+            UI_method_set_opener(method_.get(), [](UI*) { return 0; });
+            UI_set_default_method(method_.get());
+        }
+    }
+    ~NoOtherPrompt() { UI_set_default_method(former_); }
+    NoOtherPrompt(const NoOtherPrompt&) = delete;
+    NoOtherPrompt& operator=(const NoOtherPrompt&) = delete;
+
+private:
+    const UI_METHOD* former_;
+    UiMethodPtr method_;
+};
+
+KeyPtr loadKey(const std::string& uri, OSSL_LIB_CTX* context, PassphraseDialogue& dialogue) {
+    const StorePtr store(OSSL_STORE_open_ex(uri.c_str(), context, nullptr, dialogue.method(),
+                                            dialogue.data(), nullptr, nullptr, nullptr));
+    if (!store) {
+        return nullptr;
+    }
+    OSSL_STORE_expect(store.get(), OSSL_STORE_INFO_PKEY);
+    return firstKey(store.get());
 }
 
-PrivateKey openThroughProvider(const KeySource& source, ProviderPtr provider) {
+// The provider keeps to itself that a PIN was wrong. But it asks again unless the PIN was right,
+// and a question without an answer is no failed attempt, of which tokens take only a few.
+bool asksAgain(const std::string& uri, OSSL_LIB_CTX* context) {
+    const PassphraseSource none = noPassphrase;
+    PassphraseDialogue dialogue(none, uri);
+    loadKey(uri, context, dialogue);
+    ERR_clear_error();
+    return dialogue.asked();
+}
+
+PrivateKey openThroughProvider(const KeySource& source, std::shared_ptr<ProviderContext> context) {
+    const NoOtherPrompt guard;
     PassphraseDialogue dialogue(source.passphrase, source.location);
-    const StorePtr store(OSSL_STORE_open(source.location.c_str(), dialogue.method(),
-                                         dialogue.data(), nullptr, nullptr));
-    if (store) {
-        OSSL_STORE_expect(store.get(), OSSL_STORE_INFO_PKEY);
-    }
-    KeyPtr key(store ? firstKey(store.get()) : nullptr);
+    KeyPtr key = loadKey(source.location, context->get(), dialogue);
     if (!key) {
-        failOpening(source, dialogue);
+        Complaints complaints = takeComplaints();
+        complaints.wrongPin = dialogue.answered() && asksAgain(source.location, context->get());
+        failOpening(source, dialogue, complaints);
     }
     ERR_clear_error();
-    return {std::shared_ptr<OSSL_PROVIDER>(std::move(provider)), std::move(key)};
+    OSSL_LIB_CTX* const place = context->get();
+    return {std::move(context), place, std::move(key)};
 }
 
 #ifndef OPENSSL_NO_ENGINE
@@ -135,10 +183,10 @@ PrivateKey openThroughEngine(const KeySource& source) {
     KeyPtr key(ENGINE_load_private_key(engine.get(), source.location.c_str(), dialogue.method(),
                                        dialogue.data()));
     if (!key) {
-        failOpening(source, dialogue);
+        failOpening(source, dialogue, takeComplaints());
     }
     ERR_clear_error();
-    return {std::move(engine), std::move(key)};
+    return {std::move(engine), nullptr, std::move(key)};
 }
 
 #pragma GCC diagnostic pop
@@ -160,8 +208,8 @@ PrivateKey openTokenKey(const KeySource& source) {
         ::setenv(providerVariable, source.module.c_str(), 1);
         ::setenv(engineVariable, source.module.c_str(), 1);
     }
-    if (ProviderPtr provider = loadProvider()) {
-        return openThroughProvider(source, std::move(provider));
+    if (auto context = std::make_shared<ProviderContext>(); *context) {
+        return openThroughProvider(source, std::move(context));
     }
 #ifdef OPENSSL_NO_ENGINE
     throw PackError("OpenSSL has no provider for PKCS#11 tokens: install pkcs11-provider");

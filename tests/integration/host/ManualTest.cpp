@@ -35,7 +35,7 @@ TEST(HostManual, HasEveryOptionAndTextOfHelp) {
     int found = 0;
     for (std::string line; std::getline(help, line);) {
         if (line.rfind("  --", 0) == 0) {
-            EXPECT_THAT(page, HasSubstr(".B " + line.substr(2, line.find(' ', 2) - 2)));
+            EXPECT_THAT(page, HasSubstr("\\fB" + line.substr(2, line.find(' ', 2) - 2) + "\\fR"));
             EXPECT_THAT(page, HasSubstr("\n" + line.substr(32) + "\n"));
             ++found;
         }

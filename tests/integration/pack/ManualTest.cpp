@@ -7,6 +7,7 @@
 namespace {
 
 using namespace Norv::Corvane::Test;
+using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -52,10 +53,7 @@ TEST_F(PackManual, NamesEveryOptionOfEveryCommand) {
 TEST_F(PackManual, LeavesNoPlaceUnfilled) {
     for (const char* name :
          {"firmware-pack.1", "firmware-release.5", "firmware-package.5", "firmware-pack"}) {
-        for (const char* mark : {"@COMMANDS@", "@SYNOPSES@", "@DESCRIPTION@", "@KEYS@",
-                                 "@PAYLOAD_KEYS@", "@OPTIONS@", "@VALUE_OPTIONS@", "@VERSION@"}) {
-            EXPECT_THAT(page(name), Not(HasSubstr(mark))) << name;
-        }
+        EXPECT_THAT(page(name), Not(ContainsRegex("@[A-Z_]+@"))) << name;
     }
     EXPECT_THAT(page("firmware-release.5"), HasSubstr("\\fBhardware\\-revisions\\fR"));
 }

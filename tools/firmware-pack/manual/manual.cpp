@@ -2,11 +2,9 @@
 //
 // usage: firmware-pack-manual TEMPLATE > PAGE
 
+#include "Manual.h"
+
 #include <CLI/CLI.hpp>
-#include <exception>
-#include <fstream>
-#include <iostream>
-#include <iterator>
 #include <set>
 #include <string>
 #include <vector>
@@ -16,36 +14,19 @@
 
 namespace {
 
+using namespace Norv::Corvane;
 using namespace Norv::Corvane::Pack;
+using Manual::roff;
 
-// Text that stands for itself in a manual page.
-std::string roff(const std::string& text) {
-    std::string result;
-    for (const char c : text) {
-        const bool lineStart = result.empty() || result.back() == '\n';
-        if (c == '\\') {
-            result += "\\e";
-        } else if (c == '-') {
-            result += "\\-";
-        } else {
-            result += (lineStart && (c == '.' || c == '\'') ? "\\&" : "") + std::string(1, c);
-        }
-    }
-    return result;
-}
-
-// An option in bold, what it takes in italics, on one line.
 std::string optionEntry(const CLI::Option& option) {
-    std::string tag;
+    std::vector<std::string> names;
     for (const std::string& name : option.get_snames()) {
-        tag += "\\fB\\-" + roff(name) + "\\fR, ";
+        names.push_back("-" + name);
     }
     for (const std::string& name : option.get_lnames()) {
-        tag += "\\fB\\-\\-" + roff(name) + "\\fR";
+        names.push_back("--" + name);
     }
-    const std::string type = option.get_type_name();
-    return ".TP\n" + tag + (type.empty() ? "" : " \\fI" + roff(type) + "\\fR") + "\n" +
-           roff(option.get_description()) + "\n";
+    return Manual::optionEntry(names, option.get_type_name(), option.get_description());
 }
 
 std::vector<const CLI::Option*> optionsOf(const CLI::App& app) {
@@ -81,17 +62,19 @@ std::string keySection(const std::vector<ReleaseKey>& keys) {
     return text;
 }
 
+// The options of each command, as a case of the completion.
 std::string completionOptions() {
     std::string text;
     for (const Command& command : commands()) {
         Options options;
         CLI::App app;
         command.configure(app, options);
-        text += "    " + std::string(command.name) + ") options='";
+        std::vector<std::string> names;
         for (const CLI::Option* option : optionsOf(app)) {
-            text += (text.back() == '\'' ? "--" : " --") + option->get_lnames().front();
+            names.push_back("--" + option->get_lnames().front());
         }
-        text += "' ;;\n";
+        text += "    " + std::string(command.name) + ") options='" + Manual::joined(names, " ") +
+                "' ;;\n";
     }
     return text + "    *) options='' ;;";
 }
@@ -111,19 +94,15 @@ std::string valueOptions() {
             }
         }
     }
-    std::string text;
-    for (const std::string& name : names) {
-        text += (text.empty() ? "" : " | ") + name;
-    }
-    return text;
+    return Manual::joined({names.begin(), names.end()}, " | ");
 }
 
 std::string commandNames() {
-    std::string text;
+    std::vector<std::string> names;
     for (const Command& command : commands()) {
-        text += (text.empty() ? "" : " ") + std::string(command.name);
+        names.emplace_back(command.name);
     }
-    return text;
+    return Manual::joined(names, " ");
 }
 
 std::string commandSections() {
@@ -134,41 +113,21 @@ std::string commandSections() {
     return text;
 }
 
-void replaceAll(std::string& text, const std::string& name, const std::string& value) {
-    const std::string mark = "@" + name + "@";
-    for (std::size_t at = 0; (at = text.find(mark, at)) != std::string::npos; at += value.size()) {
-        text.replace(at, mark.size(), value);
-    }
-}
-
-// Lines end where the template's do.
-std::string trimmed(std::string text) {
-    while (!text.empty() && text.back() == '\n') {
-        text.pop_back();
-    }
-    return text;
+Manual::Values values() {
+    return {{"VERSION", CORVANE_VERSION},
+            {"SYNOPSES", synopses()},
+            {"DESCRIPTION", roff(programDescription)},
+            {"COMMANDS", commandSections()},
+            {"EXIT_STATUS", roff(exitStatusText)},
+            {"KEYS", keySection(releaseKeys())},
+            {"PAYLOAD_KEYS", keySection(payloadKeys())},
+            {"COMMAND_NAMES", commandNames()},
+            {"COMMAND_OPTIONS", completionOptions()},
+            {"VALUE_OPTIONS", valueOptions()}};
 }
 
 }  // namespace
 
-int main(int argc, char** argv) try {
-    if (argc != 2) {
-        return 2;
-    }
-    std::ifstream file(argv[1]);
-    std::string text{std::istreambuf_iterator<char>(file), {}};
-    const bool completion = text.compare(0, 1, "#") == 0;
-    replaceAll(text, "VERSION", CORVANE_VERSION);
-    replaceAll(text, "SYNOPSES", trimmed(synopses()));
-    replaceAll(text, "DESCRIPTION", trimmed(roff(programDescription)));
-    replaceAll(text, "COMMANDS", completion ? commandNames() : trimmed(commandSections()));
-    replaceAll(text, "KEYS", trimmed(keySection(releaseKeys())));
-    replaceAll(text, "PAYLOAD_KEYS", trimmed(keySection(payloadKeys())));
-    replaceAll(text, "OPTIONS", completionOptions());
-    replaceAll(text, "VALUE_OPTIONS", valueOptions());
-    std::cout << text << std::flush;
-    return std::cout && !text.empty() ? 0 : 1;
-} catch (const std::exception& error) {
-    std::cerr << error.what() << '\n';
-    return 1;
+int main(int argc, char** argv) {
+    return Norv::Corvane::Manual::print(argc, argv, values);
 }
