@@ -4,8 +4,6 @@
 // Bounded: every so many-th allocation fails. CORVANE_ALLOCATION_STEP=1 is the full form.
 
 #include <gtest/gtest.h>
-#include <spdlog/sinks/null_sink.h>
-#include <spdlog/spdlog.h>
 #include <unistd.h>
 
 #include <boost/optional/optional_io.hpp>
@@ -30,14 +28,6 @@ namespace {
 
 using Common::FirmwareDescriptionValidator;
 
-unsigned long step() {
-    const char* const chosen = std::getenv("CORVANE_ALLOCATION_STEP");
-    // A prime, so that it hits every part of work that repeats.
-    constexpr unsigned long usual = 97;
-    return chosen != nullptr ? std::strtoul(chosen, nullptr, 10)
-                             : usual * static_cast<unsigned long>(slowness());
-}
-
 struct Sweep {
     unsigned long runs = 0;
     unsigned long exceptions = 0;
@@ -50,7 +40,8 @@ void sweep(const std::function<bool()>& work, Sweep& result) {
     static unsigned long offset = 0;
     const unsigned long all = allocationsIn([&] { work(); });
     for (const bool lasting : {false, true}) {
-        for (unsigned long number = 1 + offset++ % step(); number <= all; number += step()) {
+        for (unsigned long number = 1 + offset++ % sweepStep(); number <= all;
+             number += sweepStep()) {
             ++result.runs;
             bool wrong = false;
             try {
@@ -66,11 +57,7 @@ void sweep(const std::function<bool()>& work, Sweep& result) {
 class AllocationSweep : public testing::Test {
 protected:
     static void SetUpTestSuite() {
-        auto quiet = std::make_shared<spdlog::sinks::null_sink_mt>();
-        auto logger = std::make_shared<spdlog::logger>("quiet", quiet);
-        logger->set_level(spdlog::level::debug);
-        logger->set_error_handler([](const std::string&) {});
-        spdlog::set_default_logger(logger);
+        logToNowhere();
         ASSERT_FALSE(FirmwareDescriptionValidator::Init());
     }
     static void TearDownTestSuite() { FirmwareDescriptionValidator::Deinit(); }
