@@ -140,6 +140,7 @@ std::vector<std::string> honest() {
     several.references[1].transforms = {Algorithm::enveloped, Algorithm::inclusive};
     return {genuine(),
             withoutFiles(),
+            genuine(withoutElement(plainManifest(), "SupportedHwRevs"), Algorithm::inclusive11),
             genuine(plainManifest(), Algorithm::inclusive),
             genuine(plainManifest(), Algorithm::inclusive11),
             genuine(plainManifest(), Algorithm::inclusiveWithComments),
