@@ -169,7 +169,15 @@ void tag_invoke(const json::value_from_tag&, json::value& json, const Firmwares&
 }
 
 Firmwares tag_invoke(const json::value_to_tag<Firmwares>&, const json::value& json) {
-    return {json::value_to<std::vector<Firmwares::Firmware>>(json)};
+    // One by one: in later releases than 1.83, Boost's conversion to a vector replaces what
+    // member() throws.
+    Firmwares firmwares;
+    const json::array& array = json.as_array();
+    firmwares.firmwares.reserve(array.size());
+    for (const json::value& record : array) {
+        firmwares.firmwares.push_back(json::value_to<Firmwares::Firmware>(record));
+    }
+    return firmwares;
 }
 
 }  // namespace Norv::Corvane::Common::FirmwareIndex

@@ -57,7 +57,7 @@ const std::vector<WrongUse>& wrongUses() {
          {"--verif", "CERT", "PACKAGE", "TARGET"},
          2,
          hinted("unknown option --verif")},
-        {"ControlCharactersInAnOption", {"--\x1b[2J"}, 2, hinted("unknown option --?[2J")},
+        {"ControlCharactersInAnOption", {"--o\x1b[2J"}, 2, hinted("unknown option --o?[2J")},
         {"ValueForAFlag",
          {"--json=yes", "CERT", "PACKAGE", "TARGET"},
          2,

@@ -3,6 +3,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <boost/filesystem/directory.hpp>
 #include <chrono>
 #include <thread>
 

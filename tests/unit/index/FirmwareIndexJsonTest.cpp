@@ -172,8 +172,8 @@ TEST(FirmwareIndexJson, ThrowsInvalidArgumentForARecordThatIsNoObject) {
         } catch (const std::invalid_argument& error) {
             EXPECT_STREQ(error.what(), "not an object");
         }
-        EXPECT_THROW(json::value_to<Firmwares>(json::value{json::parse(record)}),
-                     std::invalid_argument);
+        const std::string list = std::string("[") + record + "]";
+        EXPECT_THROW(json::value_to<Firmwares>(json::parse(list)), std::invalid_argument);
     }
 }
 
