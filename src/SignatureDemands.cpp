@@ -19,15 +19,11 @@ bool isNamed(const xmlNode* node, const xmlChar* name) {
     return node->type == XML_ELEMENT_NODE && xmlStrEqual(node->name, name) != 0;
 }
 
-unsigned long countWords(std::string_view text) {
-    constexpr const char* blanks = " \t\r\n";
-    unsigned long words = 0;
-    std::size_t at = 0;
-    while ((at = text.find_first_not_of(blanks, at)) != std::string_view::npos) {
-        ++words;
-        at = std::min(text.find_first_of(blanks, at), text.size());
-    }
-    return words;
+// In a list of prefixes as xmlsec takes it apart: each blank ends a prefix, if only an empty one.
+unsigned long countPrefixes(std::string_view list) {
+    const auto isBlank = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
+    const auto blanks = std::count_if(list.begin(), list.end(), isBlank);
+    return list.empty() ? 0 : static_cast<unsigned long>(blanks) + 1;
 }
 
 std::string_view attributeOf(const xmlNode* element, const xmlChar* name) {
@@ -43,7 +39,7 @@ std::string_view attributeOf(const xmlNode* element, const xmlChar* name) {
 
 // For one element and all below it. Depth is bounded by the parser.
 unsigned long countPrefixes(const xmlNode* element) {
-    unsigned long prefixes = countWords(attributeOf(element, xmlSecAttrPrefixList));
+    unsigned long prefixes = countPrefixes(attributeOf(element, xmlSecAttrPrefixList));
     for (const xmlNode* child = element->children; child != nullptr; child = child->next) {
         prefixes += child->type == XML_ELEMENT_NODE ? countPrefixes(child) : 0;
     }

@@ -54,11 +54,11 @@ HostileText transforms(const std::string& name, std::size_t count, const std::st
     return body(name, " xmlns:p=\"u:" + std::string(400, 'u') + "\"", unit, form);
 }
 
-HostileText prefixes(const std::string& name, std::size_t count) {
+HostileText prefixes(const std::string& name, std::size_t count, const std::string& prefix = "p ") {
     SignatureForm form;
     form.references[0].transforms[1] =
         "Algorithm=\"" + Algorithm::exclusive + "\"><x:InclusiveNamespaces xmlns:x=\"" +
-        Algorithm::exclusive + "\" PrefixList=\"" + repeated("p ", count) + "\"/>";
+        Algorithm::exclusive + "\" PrefixList=\"" + repeated(prefix, count) + "\"/>";
     return body(name, " xmlns:p=\"u:u\"", "<p:a/>", form);
 }
 
@@ -106,6 +106,7 @@ std::vector<HostileText> costlyTexts() {
         transforms("ThousandTransforms", 1000, "<a/>"),
         prefixes("ThousandPrefixes", 1000),
         prefixes("ManyPrefixes", 100000),
+        prefixes("ManyBlanksForPrefixes", 200000, " "),
         transformed("EndlessStyleSheet",
                     "Algorithm=\"http://www.w3.org/TR/1999/REC-xslt-19991116\">"
                     "<xsl:stylesheet xmlns:xsl=\"http://www.w3.org/1999/XSL/Transform\" "
