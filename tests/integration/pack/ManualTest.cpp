@@ -19,11 +19,11 @@ protected:
 
     // What bash offers after these words.
     std::string complete(const std::string& words, int last) {
-        return runHere({"bash", "-c",
-                        "source \"$1\"; compopt() { :; }; COMP_WORDS=($2); COMP_CWORD=$3; "
-                        "_firmware_pack; echo \"${COMPREPLY[@]}\"",
-                        "bash", std::string(MANUALS) + "/firmware-pack", words,
-                        std::to_string(last)})
+        const std::string script =
+            "source \"$1\"; compopt() { :; }; COMP_WORDS=($2); COMP_CWORD=$3; "
+            "_firmware_pack; echo \"${COMPREPLY[@]}\"";
+        return runHere({"bash", "-c", script, "bash", std::string(MANUALS) + "/firmware-pack",
+                        words, std::to_string(last)})
             .out;
     }
 };

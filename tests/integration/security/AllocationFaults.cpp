@@ -3,12 +3,16 @@
 #include <libxml/parser.h>
 #include <libxml/xmlmemory.h>
 #include <openssl/crypto.h>
+#include <spdlog/sinks/null_sink.h>
+#include <spdlog/spdlog.h>
 
 #include <cstdlib>
 #include <cstring>
 #include <new>
 #include <pugixml.hpp>
 #include <stdexcept>
+
+#include "Sandbox.h"
 
 namespace Norv::Corvane::Test {
 namespace {
@@ -92,6 +96,22 @@ unsigned long allocationsIn(const std::function<void()>& work) {
 void withFault(const AllocationFault& fault, const std::function<void()>& work) {
     const Activation activation(fault);
     work();
+}
+
+unsigned long sweepStep() {
+    const char* const chosen = std::getenv("CORVANE_ALLOCATION_STEP");
+    // A prime, so that it hits every part of work that repeats.
+    constexpr unsigned long usual = 97;
+    return chosen != nullptr ? std::strtoul(chosen, nullptr, 10)
+                             : usual * static_cast<unsigned long>(slowness());
+}
+
+void logToNowhere() {
+    auto quiet = std::make_shared<spdlog::sinks::null_sink_mt>();
+    auto logger = std::make_shared<spdlog::logger>("quiet", quiet);
+    logger->set_level(spdlog::level::debug);
+    logger->set_error_handler([](const std::string&) {});
+    spdlog::set_default_logger(logger);
 }
 
 }  // namespace Norv::Corvane::Test

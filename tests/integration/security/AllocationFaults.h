@@ -21,4 +21,10 @@ unsigned long allocationsIn(const std::function<void()>& work);
 // Does the work with a fault, and hands exceptions on.
 void withFault(const AllocationFault& fault, const std::function<void()>& work);
 
+// How far apart the faults of a sweep are: CORVANE_ALLOCATION_STEP if that is set.
+unsigned long sweepStep();
+
+// Makes the default logger format every line and write none.
+void logToNowhere();
+
 }  // namespace Norv::Corvane::Test
