@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <unistd.h>
+#include <zip.h>
 
 #include <boost/filesystem/operations.hpp>
 #include <csignal>
@@ -76,12 +77,18 @@ TEST_F(ChangedPackage, TruncationBeforeAFileEndsTheProcess) {
         testing::KilledBySignal(SIGABRT), "");
 }
 
-TEST_F(ChangedPackage, RewrittenWithSomethingElseIsAFailure) {
+TEST_F(ChangedPackage, RewrittenWithSomethingElseIsAFailureOrEndsTheProcess) {
     auto firmware = validated(package(), files());
     replaceContent(package(), noise(content().size(), 3));
     const LogCapture log;
+#if LIBZIP_VERSION_MAJOR == 1 && LIBZIP_VERSION_MINOR < 12
     EXPECT_THAT(install(std::move(firmware), target()), ElementsAre(false));
     EXPECT_THAT(log.records(), ElementsAre(failedOn("first")));
+#else
+    // From 1.12 on, libzip opens an entry only if its header is there.
+    GTEST_FLAG_SET(death_test_style, deathTestStyle());
+    EXPECT_EXIT(install(std::move(firmware), target()), testing::KilledBySignal(SIGABRT), "");
+#endif
 }
 
 TEST_F(ChangedPackage, AnotherPackageInItsPlaceIsNotInstalled) {

@@ -1,6 +1,7 @@
 // Archives that lie on purpose, one lie at a time.
 
 #include <gmock/gmock.h>
+#include <zip.h>
 
 #include <boost/filesystem/operations.hpp>
 #include <chrono>
@@ -36,6 +37,13 @@ std::ostream& operator<<(std::ostream& stream, Outcome outcome) {
     constexpr const char* names[] = {"Refused", "ProcessEnd", "Failed", "Installed"};
     return stream << names[static_cast<int>(outcome)];
 }
+
+// What libzip makes of a lie depends on its release, but none installs other bytes than those that
+// were packed: the digest decides. 1.11 reads nothing of an entry whose content is said to be
+// empty. 1.12 ends a name at its first zero byte, and opens an entry only where one lies.
+constexpr int libzip = LIBZIP_VERSION_MAJOR * 100 + LIBZIP_VERSION_MINOR;
+constexpr bool endsNamesAtZero = libzip >= 112;
+constexpr Outcome whereNoEntryLies = libzip >= 112 ? Outcome::ProcessEnd : Outcome::Failed;
 
 class HostileEntries : public FaultTest {
 protected:
@@ -96,14 +104,15 @@ TEST_F(HostileEntries, FirstOfTwoFilesOfOneNameIsReadAndHasToHaveTheDigest) {
     EXPECT_EQ(outcomeOf(rawArchive({app(), forged, manifest()})), Outcome::Installed);
 }
 
-TEST_F(HostileEntries, NameWithAZeroByteIsAnotherName) {
+TEST_F(HostileEntries, NameWithAZeroByteIsAnotherNameOrTheOneBeforeIt) {
     const std::string suffix("\0.bak", 5);
     const RawEntry other{"app" + suffix, noise(3000, 2)};
-    EXPECT_EQ(outcomeOf(rawArchive({other, app(), manifest()})), Outcome::Installed);
+    EXPECT_EQ(outcomeOf(rawArchive({other, app(), manifest()})),
+              endsNamesAtZero ? Outcome::Failed : Outcome::Installed);
     EXPECT_EQ(outcomeOf(rawArchive({{"app" + suffix, app().data}, manifest()})),
-              Outcome::ProcessEnd);
+              endsNamesAtZero ? Outcome::Installed : Outcome::ProcessEnd);
     EXPECT_EQ(outcomeOf(rawArchive({app(), {manifestEntry + suffix, manifest().data}})),
-              Outcome::Refused);
+              endsNamesAtZero ? Outcome::Installed : Outcome::Refused);
 }
 
 TEST_F(HostileEntries, NameInTheLocalHeaderIsNotBelieved) {
@@ -154,11 +163,13 @@ TEST_F(HostileEntries, SizeOfTheDataDecidesAndThatOfTheContentIsOnlyAClaim) {
         SCOPED_TRACE(lie);
         RawEntry liar = app();
         liar.size = lie;
-        EXPECT_EQ(outcomeOf(rawArchive({liar, manifest()})), Outcome::Installed);
+        EXPECT_EQ(outcomeOf(rawArchive({liar, manifest()})),
+                  lie == 0 && libzip >= 111 ? Outcome::Failed : Outcome::Installed);
         liar.compressedSize = lie;
-        EXPECT_EQ(outcomeOf(rawArchive({liar, manifest()})), Outcome::Failed);
+        const Outcome outcome = lie > size + 1 ? whereNoEntryLies : Outcome::Failed;
+        EXPECT_EQ(outcomeOf(rawArchive({liar, manifest()})), outcome);
         liar.size.reset();
-        EXPECT_EQ(outcomeOf(rawArchive({liar, manifest()})), Outcome::Failed);
+        EXPECT_EQ(outcomeOf(rawArchive({liar, manifest()})), outcome);
     }
 }
 
@@ -176,8 +187,9 @@ TEST_F(HostileEntries, OneReadOfTheClaimedSizeIsTheManifest) {
         EXPECT_EQ(outcomeOf(rawArchive({app(), liar})), Outcome::Refused);
         // The size tells how much to read: what the data would have beyond it is not missed.
         liar.size.reset();
+        const bool missed = lie < size || (lie > size + 1 && libzip >= 112);
         EXPECT_EQ(outcomeOf(rawArchive({app(), liar})),
-                  lie < size ? Outcome::Refused : Outcome::Installed);
+                  missed ? Outcome::Refused : Outcome::Installed);
     }
 }
 
@@ -203,7 +215,8 @@ TEST_F(HostileEntries, ManifestIsRefusedUnlessItsZip64SizeIsTrue) {
         EXPECT_EQ(outcomeOf(rawArchive({app(), liar})), Outcome::Refused);
     }
     liar.extra = zip64Sizes(size, std::uint64_t{1} << 62);
-    EXPECT_EQ(outcomeOf(rawArchive({app(), liar})), Outcome::Installed);
+    EXPECT_EQ(outcomeOf(rawArchive({app(), liar})),
+              libzip >= 112 ? Outcome::Refused : Outcome::Installed);
     for (const std::uint64_t lie : {std::uint64_t{0}, ~std::uint64_t{0}}) {
         SCOPED_TRACE(lie);
         liar.extra = zip64Sizes(size, lie);
@@ -240,9 +253,9 @@ TEST_F(HostileEntries, DirectoryCountsThatLieAreRefused) {
 TEST_F(HostileEntries, OffsetsThatLieNeverInstallOtherBytes) {
     const auto ofTheManifest =
         static_cast<std::uint32_t>(rawArchive({app()}).size() - rawArchive({}).size() - 46 - 3);
-    for (const auto& [lie, outcome] : {std::pair<std::uint32_t, Outcome>{1, Outcome::Failed},
-                                       {30, Outcome::Failed},
-                                       {3000, Outcome::Failed},
+    for (const auto& [lie, outcome] : {std::pair<std::uint32_t, Outcome>{1, whereNoEntryLies},
+                                       {30, whereNoEntryLies},
+                                       {3000, whereNoEntryLies},
                                        {ofTheManifest, Outcome::Failed},
                                        {0x7fffffff, Outcome::ProcessEnd},
                                        {0xfffffffe, Outcome::ProcessEnd}}) {

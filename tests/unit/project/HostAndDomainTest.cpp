@@ -29,7 +29,13 @@ class HostAndDomain : public testing::Test {
 };
 
 using Both = testing::Types<Host, Domain>;
-TYPED_TEST_SUITE(HostAndDomain, Both);
+struct NamesOfBoth {
+    template <typename T>
+    static std::string GetName(int) {
+        return std::is_same_v<T, Host> ? "Host" : "Domain";
+    }
+};
+TYPED_TEST_SUITE(HostAndDomain, Both, NamesOfBoth);
 
 TYPED_TEST(HostAndDomain, RemovesBlanksAndPunctuationButKeepsDotAndHyphen) {
     EXPECT_EQ(TypeParam(" my_host.lan ").GetText(), "myhost.lan");

@@ -31,7 +31,13 @@ template <typename T>
 class TextHolder : public testing::Test {};
 
 using TextHolders = testing::Types<LogicalName, ObjectUrn>;
-TYPED_TEST_SUITE(TextHolder, TextHolders);
+struct NamesOfTextHolders {
+    template <typename T>
+    static std::string GetName(int) {
+        return std::is_same_v<T, LogicalName> ? "LogicalName" : "ObjectUrn";
+    }
+};
+TYPED_TEST_SUITE(TextHolder, TextHolders, NamesOfTextHolders);
 
 TYPED_TEST(TextHolder, KeepsTextAsItIs) {
     EXPECT_EQ(TypeParam(" a_b.C ").GetText(), " a_b.C ");
