@@ -1,5 +1,6 @@
 // What a maker of manifests may write before signing.
 
+#include <boost/optional/optional_io.hpp>
 #include <string>
 
 #include "HonestForm.h"
