@@ -169,12 +169,16 @@ void tag_invoke(const json::value_from_tag&, json::value& json, const Firmwares&
 }
 
 Firmwares tag_invoke(const json::value_to_tag<Firmwares>&, const json::value& json) {
+    // What as_array() throws differs between releases of Boost.
+    const json::array* const array = json.if_array();
+    if (array == nullptr) {
+        throw boost::system::system_error(make_error_code(json::error::not_array));
+    }
     // One by one: in later releases than 1.83, Boost's conversion to a vector replaces what
     // member() throws.
     Firmwares firmwares;
-    const json::array& array = json.as_array();
-    firmwares.firmwares.reserve(array.size());
-    for (const json::value& record : array) {
+    firmwares.firmwares.reserve(array->size());
+    for (const json::value& record : *array) {
         firmwares.firmwares.push_back(json::value_to<Firmwares::Firmware>(record));
     }
     return firmwares;

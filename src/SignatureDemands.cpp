@@ -48,7 +48,8 @@ unsigned long countPrefixes(const xmlNode* element) {
 
 void addReference(const xmlNode* reference, SignatureDemands& demands) {
     unsigned long transforms = 0;
-    unsigned long canonicalisations = 0;
+    unsigned long rebuiltTrees = 0;
+    bool canonicalised = false;
     for (const xmlNode* list = reference->children; list != nullptr; list = list->next) {
         for (const xmlNode* transform = list->children;
              isNamed(list, xmlSecNodeTransforms) && transform != nullptr;
@@ -57,14 +58,13 @@ void addReference(const xmlNode* reference, SignatureDemands& demands) {
                 continue;
             }
             ++transforms;
-            const bool enveloped =
-                attributeOf(transform, xmlSecAttrAlgorithm) == textOf(xmlSecHrefEnveloped);
-            canonicalisations += enveloped ? 0 : 1;
+            // Whatever follows a canonicalisation works on a document made from its output, even if
+            // it then refuses to; only the digest takes the output itself.
+            rebuiltTrees += canonicalised ? 1 : 0;
+            canonicalised |=
+                attributeOf(transform, xmlSecAttrAlgorithm) != textOf(xmlSecHrefEnveloped);
         }
     }
-    // What follows a canonicalisation works on a document made from its output; only the digest
-    // takes the output itself.
-    const unsigned long rebuiltTrees = canonicalisations > 1 ? canonicalisations - 1 : 0;
     ++demands.references;
     // The usual two transforms, which remove the signature and make the canonical form, are one
     // pass.

@@ -17,11 +17,17 @@ constexpr double largestUsualText = 24 << 20;
 // What every pass over the document costs, for a byte and for an element or attribute.
 constexpr double stepsPerPassedByte = 3;
 constexpr double stepsPerPassedSlot = 250;
+// For each name that another is compared with.
+constexpr double stepsPerComparison = 1.4;
 // For each ancestor of a node that is searched for.
 constexpr double stepsPerAncestor = 4;
 // Documents are built from canonical output in portions of some 16 KB, and libxml2 searches an open
 // tag or instruction again with each.
 constexpr double rebuildingPortion = 1 << 15;
+// Names are compared byte by byte as long as they begin alike. Usual names are shorter than the
+// first of these; the other is a step's share in each further byte.
+constexpr double usualName = 14;
+constexpr double stepsPerNameByte = 0.1;
 constexpr double bytesPerNode = 160;
 // For all documents that are built from canonical output.
 constexpr double rebuiltMemory = 6e7;
@@ -133,7 +139,8 @@ private:
             rest_.remove_prefix(at + 1);
             const std::string_view value = rest_.substr(0, rest_.find(quote));
             rest_.remove_prefix(std::min(value.size() + 1, rest_.size()));
-            longest_ = std::max(longest_, static_cast<double>(name.size()));
+            longestName_ = std::max(longestName_, static_cast<double>(name.size()));
+            longest_ = std::max(longest_, longestName_);
             ++attributes;
             if (name.substr(0, 5) == "xmlns") {
                 ++scope.declarations;
@@ -154,7 +161,7 @@ private:
     void addElement(double attributes, const Scope& scope) {
         const auto depth = static_cast<double>(depth_);
         const double slots = 1 + attributes + scope.declarations;
-        flatSteps_ += slots * (slots + scope.attributes + prefixes_ * depth);
+        flatSteps_ += stepsPerComparison * slots * (slots + scope.attributes + prefixes_ * depth);
         // Two texts may stand beside a tag.
         deepSteps_ += stepsPerAncestor * (slots + 2) * depth;
         slots_ += slots;
@@ -176,10 +183,12 @@ private:
     WorkBudget::Work total() const {
         // Each search among ancestors is one among the top-level nodes too.
         const double searches = flatSteps_ + deepSteps_ * (1 + instructionsOutside_);
-        // Names are compared from the start, and what is written out may repeat a namespace.
+        const double stepsPerSearch =
+            1 + longest_ / 64 + stepsPerNameByte * std::max(0.0, longestName_ - usualName);
+        // What is written out may repeat a namespace.
         const double repeated = slots_ * longest_;
-        const double steps = searches * (1 + longest_ / 64) + repeated / 4 +
-                             size_ * stepsPerPassedByte + slots_ * stepsPerPassedSlot;
+        const double steps = searches * stepsPerSearch + repeated / 4 + size_ * stepsPerPassedByte +
+                             slots_ * stepsPerPassedSlot;
         const double treeBytes = nodes_ * bytesPerNode + size_ + longestPiece_ * bytesPerWritten;
         return {refused_ ? std::numeric_limits<double>::infinity() : steps,
                 steps + longestPiece_ * size_ / rebuildingPortion, treeBytes,
@@ -201,7 +210,8 @@ private:
     double instructionsOutside_ = 0;
     // Length of the longest text, comment, instruction or start tag.
     double longestPiece_ = 0;
-    // Length of the longest attribute name or namespace.
+    // Length of the longest attribute name, and of that or the longest namespace.
+    double longestName_ = 0;
     double longest_ = 0;
 };
 
@@ -223,7 +233,9 @@ bool WorkBudget::allowsVerification(const SignatureDemands& demands) const {
     const Work work = demands.listedPrefixes == 0 ? usual_ : workOn(text_, prefixes);
     const double steps = work.steps * static_cast<double>(demands.passes) +
                          (rebuiltTrees > 0 ? work.rebuildingSteps * rebuiltTrees : 0);
-    return steps <= mostSteps() && work.rebuiltBytes * rebuiltTrees <= rebuiltMemory;
+    const double rebuiltBytes = work.rebuiltBytes * rebuiltTrees;
+    return steps <= mostSteps() && rebuiltBytes <= rebuiltMemory &&
+           work.treeBytes + rebuiltBytes <= mostDocumentBytes();
 }
 
 bool WorkBudget::allowsKeeping(const SignatureDemands& demands) const {

@@ -40,6 +40,15 @@ HostileText manyEnveloped(const std::string& name, std::size_t count) {
     return body(name, "", element, form);
 }
 
+// Of canonical output that repeats a long namespace. xmlsec refuses to leave a signature out of it,
+// but not before it has made a document of it.
+HostileText envelopedTooLate() {
+    SignatureForm form;
+    form.references[0].transforms = {Algorithm::exclusive, Algorithm::enveloped};
+    return body("EnvelopedTooLate", " xmlns:p=\"u:" + std::string(25000, 'u') + "\"",
+                "<p:b/>" + std::string(150, 'x'), form);
+}
+
 // One long tag that is parsed anew, in small portions, behind each canonical form but the last.
 HostileText chainedForms(const std::string& name, std::size_t count, char filler) {
     return {name, [=](std::size_t size) {
@@ -92,6 +101,7 @@ std::vector<HostileText> growingTexts() {
         chainedForms("ChainedFormsOfALongTag", 22, '>'),
         chainedForms("ChainedFormsOfALongValue", 60, 'x'),
         nodesAndQuotationMarks(),
+        envelopedTooLate(),
         manyEnveloped("TenTransforms", 10),
         manyEnveloped("TwoHundredTransforms", 200),
     };

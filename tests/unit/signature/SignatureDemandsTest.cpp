@@ -54,11 +54,13 @@ TEST(SignatureDemands, AreAPassForEachFurtherTransformAndTree) {
     EXPECT_EQ(demandsOfReferences(reference(enveloped + canonicalised + canonicalised)).passes, 4U);
 }
 
-TEST(SignatureDemands, AreATreeForEachCanonicalisationButOne) {
+TEST(SignatureDemands, AreATreeForEachTransformBehindACanonicalisation) {
     EXPECT_EQ(demandsOfReferences(reference(canonicalised)).rebuiltTrees, 0U);
     EXPECT_EQ(demandsOfReferences(reference(enveloped + canonicalised)).rebuiltTrees, 0U);
     EXPECT_EQ(
-        demandsOfReferences(reference(canonicalised + enveloped + canonicalised)).rebuiltTrees, 1U);
+        demandsOfReferences(reference(canonicalised + enveloped + canonicalised)).rebuiltTrees, 2U);
+    // xmlsec refuses the second only once it has made the tree.
+    EXPECT_EQ(demandsOfReferences(reference(canonicalised + enveloped)).rebuiltTrees, 1U);
     const std::string three = reference(canonicalised + canonicalised + canonicalised);
     EXPECT_EQ(demandsOfReferences(three + three).rebuiltTrees, 4U);
 }

@@ -128,6 +128,18 @@ TEST(WorkBudget, RefusesLongNamesAndNamespacesThatAreRepeated) {
     EXPECT_FALSE(allowsParsing("<R" + name + ">" + repeated("<a/>", 50000) + "</R>"));
 }
 
+TEST(WorkBudget, RefusesManyLongNamesThatBeginAlike) {
+    const auto declaring = [](std::size_t nameSize) {
+        std::string tag = "<R";
+        for (int i = 100; i < 215; ++i) {
+            tag += " xmlns:" + std::string(nameSize, 'a') + std::to_string(i) + "=\"n:u\"";
+        }
+        return tag + "><!--" + std::string(800000, 'z') + "-->" + repeated("<b></b>", 34) + "</R>";
+    };
+    EXPECT_TRUE(WorkBudget(declaring(10)).allowsVerification({6, 7, 0, 0}));
+    EXPECT_FALSE(WorkBudget(declaring(2000)).allowsVerification({6, 7, 0, 0}));
+}
+
 TEST(WorkBudget, RefusesLongListsOfPrefixes) {
     const std::string text = "<R>" + repeated(file, 3000) + "</R>";
     EXPECT_TRUE(WorkBudget(text).allowsVerification({1, 4, 0, 10}));
@@ -143,6 +155,10 @@ TEST(WorkBudget, RefusesManyRebuiltTrees) {
     const std::string tiny = "<R>" + repeated("<a/>x", 200000) + "</R>";
     EXPECT_TRUE(WorkBudget(tiny).allowsVerification({1, 4, 0, 0}));
     EXPECT_FALSE(WorkBudget(tiny).allowsVerification({1, 5, 1, 0}));
+    // Together with the first one, which is most of what the text may take.
+    const std::string half = "<R>" + repeated("<a/>x", 150000) + "</R>";
+    EXPECT_TRUE(WorkBudget(half).allowsVerification({1, 4, 0, 0}));
+    EXPECT_FALSE(WorkBudget(half).allowsVerification({1, 5, 1, 0}));
     const std::string usual = "<R>" + repeated(file, 5000) + "</R>";
     EXPECT_TRUE(WorkBudget(usual).allowsVerification({1, 5, 1, 0}));
     EXPECT_FALSE(WorkBudget(usual).allowsVerification({1, 14, 10, 0}));
