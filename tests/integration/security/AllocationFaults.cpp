@@ -129,10 +129,11 @@ void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
     return Norv::Corvane::Test::allocateOrFail(size == 0 ? 1 : size);
 }
 
-void operator delete(void* memory) noexcept {
+// Inline, gcc takes them for a mismatch of what `new` gave.
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
     Norv::Corvane::Test::release(memory);
 }
 
-void operator delete(void* memory, std::size_t /*size*/) noexcept {
+[[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept {
     Norv::Corvane::Test::release(memory);
 }
