@@ -61,8 +61,8 @@ public:
     // True only if the trusted key signed the manifest as a whole, and pugixml reads the same in it
     // as in the very bytes that were signed. The manifest is used as pugixml reads it: without that
     // comparison, the signature could vouch for one document while another one is used. A mismatch
-    // is empty, not false, because nothing is wrong with the signature itself. Text is compared as a
-    // whole: comments and CDATA sections may divide it in another way.
+    // is empty, not false, because nothing is wrong with the signature itself. Text is compared as
+    // a whole: comments and CDATA sections may divide it in another way.
     //
     // Keys that the manifest brings along are ignored. Empty when the manifest cannot be checked:
     // before `Open` succeeded; if it is not UTF-8 or ASCII, not well-formed, has a document type
