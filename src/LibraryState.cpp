@@ -2,6 +2,7 @@
 
 #include <libxml/parser.h>
 #include <openssl/err.h>
+#include <openssl/evp.h>
 #include <openssl/ui.h>
 
 #include <new>
@@ -16,6 +17,14 @@ const char* orEmpty(const char* text) {
 // Fails every prompt.
 int refusePrompt(UI* /*ui*/, UI_STRING* /*prompt*/) {
     return 0;
+}
+
+// OpenSSL 3.0 reports a copy of a digest that got no memory as one that it was not able to make,
+// and then takes the signature for one that does not match.
+bool isLackOfMemory(unsigned long error) {
+    return ERR_GET_REASON(error) == ERR_R_MALLOC_FAILURE ||
+           (ERR_GET_LIB(error) == ERR_LIB_EVP &&
+            ERR_GET_REASON(error) == EVP_R_NOT_ABLE_TO_COPY_CTX);
 }
 
 }  // namespace
@@ -45,7 +54,7 @@ LibraryStateGuard::~LibraryStateGuard() {
 bool LibraryStateGuard::memoryLacked() noexcept {
     bool lacked = complaints_.memoryLacked();
     while (const unsigned long error = ERR_get_error()) {
-        lacked |= ERR_GET_REASON(error) == ERR_R_MALLOC_FAILURE;
+        lacked |= isLackOfMemory(error);
     }
     return lacked;
 }
